@@ -1,0 +1,17 @@
+# Warnings are errors in all of our own code.
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align
+                    -Wformat=2 -Wimplicit-fallthrough -Werror)
+
+if(VITRELLA_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(VITRELLA_TSAN)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+endif()
+
+# Pixel kernels: without these GCC leaves loops that clamp floats or take square roots
+# scalar. Never -ffast-math: results must not depend on the optimiser.
+set(VITRELLA_KERNEL_FLAGS -fno-trapping-math -fno-math-errno)

@@ -1,0 +1,39 @@
+#include "core/effect_registry.h"
+
+#include <new>
+
+#include "effects/edge_smoother.h"
+#include "vitrella/library.h"
+
+namespace vitrella {
+namespace {
+
+using EffectFactory = IVideoEffect* (*)();
+
+template <typename Effect>
+IVideoEffect* Make() {
+  return new (std::nothrow) Effect();
+}
+
+// One explicit entry per index. An effect that is not built yet answers null.
+constexpr EffectFactory kEffects[kEffectCount] = {
+    nullptr,               // 0 Auto Contrast
+    nullptr,               // 1 Diffusion
+    nullptr,               // 2 Dual Booster
+    &Make<CEdgeSmoother>,  // 3 Edge Smoother
+    nullptr,               // 4 Gradient Tint
+    nullptr,               // 5 Image Mapper
+    nullptr,               // 6 Proportion Helper
+    nullptr,               // 7 Rolling Shutter
+    nullptr,               // 8 Split Screen
+    nullptr,               // 9 Spotlight
+};
+
+}  // namespace
+
+IVideoEffect* CreateEffectByIndex(uint32_t index) {
+  if (index >= kEffectCount || kEffects[index] == nullptr) return nullptr;
+  return kEffects[index]();
+}
+
+}  // namespace vitrella

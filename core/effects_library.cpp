@@ -1,0 +1,48 @@
+#include "core/effects_library.h"
+
+#include "core/effect_registry.h"
+#include "core/module.h"
+
+namespace vitrella {
+
+CVitrellaEffects3::CVitrellaEffects3() { LoadLanguageTable(LibraryModule(), kLanguageTableFile); }
+
+Result CVitrellaEffects3::QueryInterface(const Guid& iid, void** out) {
+  if (out == nullptr) return kPointerError;
+  if (iid == kIID_IUnknown || iid == kIID_IEffectLibrary) {
+    *out = static_cast<IEffectLibrary*>(this);
+  } else if (iid == kIID_IMultiLingual && LanguageReady()) {
+    *out = static_cast<IMultiLingual*>(this);
+  } else {
+    *out = nullptr;
+    return kNoInterface;
+  }
+  AddRef();
+  return kOk;
+}
+
+uint32_t CVitrellaEffects3::AddRef() { return refs_.fetch_add(1) + 1; }
+
+uint32_t CVitrellaEffects3::Release() {
+  const uint32_t left = refs_.fetch_sub(1) - 1;
+  if (left == 0) delete this;
+  return left;
+}
+
+const char* CVitrellaEffects3::GetLibraryName() { return kLibraryName; }
+
+IVideoEffect* CVitrellaEffects3::CreateEffect(uint32_t index) {
+  return CreateEffectByIndex(index);
+}
+
+// Help, the shared services, the frame processor and preset files arrive with the
+// settings, frame-processing and preset modules; until then these doors stay shut.
+void CVitrellaEffects3::ShowHelp(WindowHandle /*parent*/, int32_t /*topic*/) {}
+
+ISharedServices* CVitrellaEffects3::GetSharedServices() { return nullptr; }
+
+IFrameProcessor* CVitrellaEffects3::CreateFrameProcessor() { return nullptr; }
+
+IPresetSaver* CVitrellaEffects3::CreatePresetSaver() { return nullptr; }
+
+}  // namespace vitrella

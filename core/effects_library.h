@@ -1,0 +1,37 @@
+// The library object that a host gets from GetEffectsLibrary: the effect factory, and
+// the door to the frame processor, preset files, help and shared services.
+#pragma once
+
+#include <atomic>
+
+#include "core/multilingual_base.h"
+#include "vitrella/library.h"
+
+namespace vitrella {
+
+inline constexpr const char* kLibraryName = "Corvane Vitrella III";
+inline constexpr const char* kLanguageTableFile = "KZVitrella3Lang.xml";
+
+class CVitrellaEffects3 final : public IEffectLibrary, public CMultiLingualBase {
+ public:
+  // Loads the language table; without one the library works with its English texts.
+  CVitrellaEffects3();
+
+  Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override;
+  uint32_t VITRELLA_CALL AddRef() override;
+  uint32_t VITRELLA_CALL Release() override;
+
+  const char* VITRELLA_CALL GetLibraryName() override;
+  IVideoEffect* VITRELLA_CALL CreateEffect(uint32_t index) override;
+  void VITRELLA_CALL ShowHelp(WindowHandle parent, int32_t topic) override;
+  ISharedServices* VITRELLA_CALL GetSharedServices() override;
+  IFrameProcessor* VITRELLA_CALL CreateFrameProcessor() override;
+  IPresetSaver* VITRELLA_CALL CreatePresetSaver() override;
+
+ private:
+  ~CVitrellaEffects3() = default;
+
+  std::atomic<uint32_t> refs_{1};
+};
+
+}  // namespace vitrella

@@ -1,0 +1,264 @@
+#include "effects/edge_smoother.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <type_traits>
+
+#include "core/frame_buffer.h"
+#include "kernels/copy.h"
+#include "kernels/filter_gauss.h"
+
+namespace vitrella {
+namespace {
+
+enum Param : uint32_t { kStrength = 0, kShowChanged = 1, kSoftenLines = 2 };
+
+constexpr ParamDef kParams[] = {
+    SliderParam("Strength", 0, 100, 0.605f, {0, 0, 48, 30},
+                "Adjusts how much of edge is smoothed"),
+    CheckParam("Show changed pixels", false, {66, 0, 130, 10}, "Highlights area impacted"),
+    CheckParam("Soften straight lines", false, {66, 30, 130, 10}, "Use if lines appears uneven"),
+};
+
+constexpr PresetDef kPresets[] = {
+    {"Font Smoothing - Medium", {SliderValue(0.5001f), kOff, kOn}},
+    {"Font Smoothing - Strong", {SliderValue(1.0f), kOff, kOn}},
+    {"Font Smoothing - Weak", {SliderValue(0.2501f), kOff, kOn}},
+    {"Reset to None", {SliderValue(0.0f), kOff, kOff}},
+    {"Smooth SD to HD Upres", {SliderValue(0.975f), kOff, kOff}},
+};
+
+static_assert(TableIsWellFormed(kParams, kPresets));
+
+constexpr EffectTable kTable{"Edge Smoother", kTraitsPlain, kParams, kPresets};
+
+// The bordered copy of the source keeps image pixel (x, y) at (x + 2, y + 2).
+constexpr int32_t kBorder = 2;
+
+// The search for stair-steps. It reads the source through the bordered copy, so that no
+// decision depends on a pixel already changed, even when the host renders in place, and
+// writes the colour channels of the destination only.
+template <typename T>
+class StepSearch {
+ public:
+  using Tolerance = std::conditional_t<std::is_same_v<T, uint8_t>, int32_t, float>;
+
+  StepSearch(const FrameBuffer& bordered, const FrameBuffer& dst, int32_t width,
+             int32_t height, const PixelLayout& layout, Tolerance tolerance, bool showChanged,
+             bool softenLines)
+      : bordered_(bordered),
+        dst_(dst),
+        width_(width),
+        height_(height),
+        channel_{layout.red, layout.green, layout.blue},
+        tolerance_(tolerance),
+        showChanged_(showChanged),
+        softenLines_(softenLines) {}
+
+  void Run() {
+    // The running colour starts black once per frame and is never reset: not at a new
+    // line, and not between the two passes.
+    running_ = {};
+    // Down the columns: outer is x, inner is y.
+    Walk(width_, height_, [](int32_t outer, int32_t inner) { return Point{outer, inner}; });
+    // Along the rows: outer is y, inner is x.
+    Walk(height_, width_, [](int32_t outer, int32_t inner) { return Point{inner, outer}; });
+  }
+
+ private:
+  struct Point {
+    int32_t x, y;
+  };
+  struct Rgb {
+    T c[3];
+  };
+
+  const T* Pixel(const FrameBuffer& frame, int32_t x, int32_t y) const {
+    return frame.Row<const T>(y) + static_cast<ptrdiff_t>(x) * 4;
+  }
+  Rgb Source(Point p) const {
+    const T* px = Pixel(bordered_, p.x + kBorder, p.y + kBorder);
+    return {{px[channel_[0]], px[channel_[1]], px[channel_[2]]}};
+  }
+  static Tolerance Distance(T a, T b) {
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      return std::abs(int32_t{a} - int32_t{b});
+    } else {
+      return std::fabs(a - b);
+    }
+  }
+  // Within the tolerance in each of the three channels.
+  bool Matches(const Rgb& a, const Rgb& b) const {
+    for (int i = 0; i < 3; ++i) {
+      if (!(Distance(a.c[i], b.c[i]) <= tolerance_)) return false;
+    }
+    return true;
+  }
+  // Beyond the tolerance in all three channels at once.
+  bool DiffersInAll(const Rgb& a, const Rgb& b) const {
+    for (int i = 0; i < 3; ++i) {
+      if (!(Distance(a.c[i], b.c[i]) > tolerance_)) return false;
+    }
+    return true;
+  }
+
+  // Magenta when changes are shown, else the blurred colour of the source.
+  void Mark(Point p) const {
+    T* out = dst_.Row<T>(p.y) + static_cast<ptrdiff_t>(p.x) * 4;
+    constexpr T kFull = std::is_same_v<T, uint8_t> ? T(255) : T(1);
+    if (showChanged_) {
+      out[channel_[0]] = kFull;
+      out[channel_[1]] = T(0);
+      out[channel_[2]] = kFull;
+      return;
+    }
+    const T* above = Pixel(bordered_, p.x + kBorder, p.y + kBorder - 1);
+    const T* centre = Pixel(bordered_, p.x + kBorder, p.y + kBorder);
+    const T* below = Pixel(bordered_, p.x + kBorder, p.y + kBorder + 1);
+    for (int i = 0; i < 3; ++i) {
+      const int32_t c = channel_[i];
+      out[c] = kernels::Gauss3x3Tap(above + c, centre + c, below + c);
+    }
+  }
+
+  // Counts from `first` towards `last` while the centre lane matches its reference and
+  // the side lane does not.
+  static int32_t CountRun(const bool* centre, const bool* side, int first, int last) {
+    const int step = first < last ? 1 : -1;
+    int32_t count = 0;
+    for (int i = first;; i += step) {
+      if (centre[i] || !side[i]) break;
+      ++count;
+      if (i == last) break;
+    }
+    return count;
+  }
+
+  // One pass. `at` maps (outer, inner) to the image; the pattern's three lanes lie at
+  // outer - 1, outer and outer + 1, and run from inner - 3 to inner + 2.
+  template <typename Map>
+  void Walk(int32_t outerExtent, int32_t innerExtent, Map at) {
+    for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
+      for (int32_t inner = 3; inner < innerExtent - 3;) {
+        const Point here = at(outer, inner);
+        const Rgb q = Source(here);
+        if (Matches(q, running_)) {
+          ++inner;
+          continue;
+        }
+        // A flag is set where a pixel differs from its reference: the running colour for
+        // the three cells before `inner`, and this pixel's colour from it on.
+        bool lanes[3][6];
+        for (int lane = 0; lane < 3; ++lane) {
+          for (int i = 0; i < 6; ++i) {
+            const Rgb& reference = i < 3 ? running_ : q;
+            lanes[lane][i] = !Matches(Source(at(outer + lane - 1, inner - 3 + i)), reference);
+          }
+        }
+        const bool* left = lanes[0];
+        const bool* centre = lanes[1];
+        const bool* right = lanes[2];
+        int32_t up = std::max(CountRun(centre, left, 2, 0), CountRun(centre, right, 2, 0));
+        int32_t down = std::max(CountRun(centre, left, 3, 5), CountRun(centre, right, 3, 5));
+        if (up != 0 && down != 0) {
+          for (int32_t i = 1; i <= up; ++i) Mark(at(outer, inner - i));
+          for (int32_t i = 0; i < down; ++i) Mark(at(outer, inner + i));
+        } else {
+          up = down = 0;
+          if (softenLines_ && !Matches(Source(at(outer - 1, inner)), running_) &&
+              !DiffersInAll(Source(at(outer - 1, inner - 1)), running_) &&
+              !Matches(Source(at(outer + 1, inner)), running_) &&
+              !DiffersInAll(Source(at(outer + 1, inner - 1)), running_)) {
+            // The line runs straight through here: soften the three cells before it.
+            for (int lane = -1; lane <= 1; ++lane) Mark(at(outer + lane, inner - 1));
+          }
+        }
+        if (down == 0) {
+          running_ = q;
+          ++inner;
+        } else {
+          // The new running colour lies along the image row in both passes, to the right
+          // of the pixel. In the column pass at the last column but one that reaches one
+          // column past the frame, where the bordered copy repeats the edge pixel.
+          running_ = Source({here.x + down - 1, here.y});
+          inner += down + 1;
+        }
+      }
+    }
+  }
+
+  const FrameBuffer& bordered_;
+  const FrameBuffer& dst_;
+  int32_t width_;
+  int32_t height_;
+  int32_t channel_[3];  // red, green, blue
+  Tolerance tolerance_;
+  bool showChanged_;
+  bool softenLines_;
+  Rgb running_{};
+};
+
+// The threshold below which two colours count as one: a high strength catches faint
+// edges, and strength 1 makes any difference an edge.
+int32_t Threshold(float strength) {
+  if (!(strength >= 0.0f)) strength = 0.0f;  // also catches NaN
+  strength = std::min(strength, 1.0f);
+  return static_cast<int32_t>((1.0f - strength) * 255.0f);
+}
+
+}  // namespace
+
+CEdgeSmoother::CEdgeSmoother() : EffectBase(kTable) {}
+
+bool CEdgeSmoother::Render(IEffectHost* host, const HostFrame* source, uintptr_t /*unused*/,
+                           HostFrame* destination, const RenderInfo* info) {
+  if (host == nullptr || source == nullptr || destination == nullptr || info == nullptr) {
+    return false;
+  }
+  MemoryAllocator memory(host);
+  const ParamReader params(host);
+  const bool showChanged = params.Check(kShowChanged);
+  const int32_t threshold = Threshold(params.Slider(kStrength));
+  const bool softenLines = params.Check(kSoftenLines);
+
+  FrameBuffer src;
+  FrameBuffer dst;
+  src.AttachHost(source);
+  dst.AttachHost(destination);
+  PixelLayout layout{};
+  if (src.format != dst.format || !FourChannelLayout(src, &layout) ||
+      !FourChannelLayout(dst, nullptr)) {
+    return false;
+  }
+  const int32_t width = std::min(src.width, dst.width);
+  const int32_t height = std::min(src.height, dst.height);
+
+  FrameBuffer bordered;
+  if (!bordered.Allocate(width + 2 * kBorder, height + 2 * kBorder, src.pixelBytes, &memory,
+                         src.format, src.flipped != 0)) {
+    return false;
+  }
+  const kernels::ConstImageView picture = src.View().Sub(0, 0, width, height, src.pixelBytes);
+  if (kernels::CopyWithBorder(picture, bordered.View(), src.pixelBytes, kBorder, kBorder) !=
+      kernels::kOk) {
+    return false;
+  }
+  // The destination starts as the source, alpha included; the search changes colours only.
+  const kernels::ConstImageView inner =
+      bordered.View().Sub(kBorder, kBorder, width, height, src.pixelBytes);
+  if (kernels::CopyPixels(inner, dst.View(), src.pixelBytes) != kernels::kOk) return false;
+
+  if (layout.isFloat) {
+    StepSearch<float>(bordered, dst, width, height, layout, threshold * 0.003921569f,
+                      showChanged, softenLines)
+        .Run();
+  } else {
+    StepSearch<uint8_t>(bordered, dst, width, height, layout, threshold, showChanged,
+                        softenLines)
+        .Run();
+  }
+  return true;
+}
+
+}  // namespace vitrella

@@ -1,0 +1,64 @@
+#include "kernels/copy.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vitrella::kernels {
+namespace {
+
+void RepeatPixel(uint8_t* to, const uint8_t* pixel, int32_t count, int32_t pixelBytes) {
+  for (int32_t i = 0; i < count; ++i) std::memcpy(to + i * pixelBytes, pixel, pixelBytes);
+}
+
+}  // namespace
+
+Status CopyPixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (pixelBytes < 1) return kBadSize;
+  const Size size = MinSize(src.Extent(), dst.Extent());
+  const size_t rowBytes = static_cast<size_t>(size.width) * pixelBytes;
+  if (src.pitch == dst.pitch && src.pitch == static_cast<ptrdiff_t>(rowBytes)) {
+    std::memmove(dst.data, src.data, rowBytes * size.height);
+    return kOk;
+  }
+  for (int32_t y = 0; y < size.height; ++y) std::memmove(dst.Row(y), src.Row(y), rowBytes);
+  return kOk;
+}
+
+Status ReplicateBorder(ImageView frame, int32_t pixelBytes, int32_t left, int32_t top,
+                       int32_t right, int32_t bottom) {
+  if (Status s = CheckView(frame); s != kOk) return s;
+  if (pixelBytes < 1 || left < 0 || top < 0 || right < 0 || bottom < 0) return kBadSize;
+  const int32_t innerWidth = frame.width - left - right;
+  const int32_t innerHeight = frame.height - top - bottom;
+  if (innerWidth < 1 || innerHeight < 1) return kBadSize;
+  const int32_t lastInner = left + innerWidth - 1;
+  for (int32_t y = top; y < top + innerHeight; ++y) {
+    uint8_t* row = frame.Row(y);
+    RepeatPixel(row, row + left * pixelBytes, left, pixelBytes);
+    RepeatPixel(row + (lastInner + 1) * pixelBytes, row + lastInner * pixelBytes, right,
+                pixelBytes);
+  }
+  const size_t rowBytes = static_cast<size_t>(frame.width) * pixelBytes;
+  for (int32_t y = 0; y < top; ++y) std::memcpy(frame.Row(y), frame.Row(top), rowBytes);
+  const int32_t lastRow = top + innerHeight - 1;
+  for (int32_t y = lastRow + 1; y < frame.height; ++y) {
+    std::memcpy(frame.Row(y), frame.Row(lastRow), rowBytes);
+  }
+  return kOk;
+}
+
+Status CopyWithBorder(ConstImageView src, ImageView dst, int32_t pixelBytes, int32_t left,
+                      int32_t top) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (pixelBytes < 1 || left < 0 || top < 0) return kBadSize;
+  const int32_t width = std::min(src.width, dst.width - left);
+  const int32_t height = std::min(src.height, dst.height - top);
+  if (width < 1 || height < 1) return kBadSize;
+  const ImageView inner = dst.Sub(left, top, width, height, pixelBytes);
+  if (Status s = CopyPixels(src, inner, pixelBytes); s != kOk) return s;
+  return ReplicateBorder(dst, pixelBytes, left, top, dst.width - left - width,
+                         dst.height - top - height);
+}
+
+}  // namespace vitrella::kernels

@@ -1,0 +1,23 @@
+// Copies of pixels between views, and the replication of edge pixels into margins.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/image.h"
+
+namespace vitrella::kernels {
+
+// Copies the common extent of the two views, pixelBytes per pixel.
+Status CopyPixels(ConstImageView src, ImageView dst, int32_t pixelBytes);
+
+// Fills the margins of a view from the rectangle inside them by repeating the nearest
+// edge pixel of that rectangle.
+Status ReplicateBorder(ImageView frame, int32_t pixelBytes, int32_t left, int32_t top,
+                       int32_t right, int32_t bottom);
+
+// Copies src into dst at (left, top) and fills all four margins around it by repeating
+// the nearest edge pixel. The copied extent is cut to what fits.
+Status CopyWithBorder(ConstImageView src, ImageView dst, int32_t pixelBytes, int32_t left,
+                      int32_t top);
+
+}  // namespace vitrella::kernels

@@ -1,0 +1,8 @@
+// The library's start-up when the process loads it.
+#include "core/module.h"
+
+namespace {
+
+__attribute__((constructor)) void AttachModule() { vitrella::OnModuleAttach(); }
+
+}  // namespace
