@@ -1,0 +1,7 @@
+#!/bin/sh
+# The library shows a host its three exports and nothing else.
+exports=$(nm -D --defined-only "$1" | awk '{print $3}' | sort | tr '\n' ' ')
+expected="CanUnloadDLLNow DisplayPromotionW GetEffectsLibrary "
+[ "$exports" = "$expected" ] && exit 0
+echo "exports: '$exports', expected '$expected'"
+exit 1
