@@ -47,7 +47,7 @@ class TestFrame {
   // frame over with a negative pitch.
   TestFrame(int32_t width, int32_t height, PixelFormat format, int32_t rowPadding = 0,
             bool bottomUp = false)
-      : width_(width), height_(height), format_(format), bottomUp_(bottomUp) {
+      : width_(width), height_(height), format_(format) {
     pixelBytes_ = BytesPerPixel(format);
     pitch_ = width * pixelBytes_ + rowPadding;
     storage_.assign(static_cast<size_t>(pitch_) * height + 2 * kGuard, kSentinel);
@@ -138,7 +138,6 @@ class TestFrame {
 
   int32_t width_, height_;
   PixelFormat format_;
-  bool bottomUp_;
   int32_t pixelBytes_ = 0;
   int32_t pitch_ = 0;
   std::vector<uint8_t> storage_;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -18,7 +19,6 @@ namespace {
 using testing::Channels;
 using testing::ChannelsOf;
 using testing::FakeHost;
-using testing::kHostFormats;
 using testing::TestFrame;
 
 // ---- A literal reading of the step search, on a plain picture in memory-row order ----
@@ -237,9 +237,10 @@ TEST_P(EdgeSmootherFormats, FollowsTheStepRulesExactly) {
           const int y = HostRowOf(src, m, bottomUp);
           for (int x = 0; x < w; ++x) {
             const Rgb& want = expected.px[static_cast<size_t>(m) * w + x];
-            const int got[3] = {static_cast<int>(dst.Get(x, y, ch.red) * (isFloat ? 255 : 1) + 0.5f),
-                                static_cast<int>(dst.Get(x, y, ch.green) * (isFloat ? 255 : 1) + 0.5f),
-                                static_cast<int>(dst.Get(x, y, ch.blue) * (isFloat ? 255 : 1) + 0.5f)};
+            const float scale = isFloat ? 255.0f : 1.0f;
+            const long got[3] = {std::lround(dst.Get(x, y, ch.red) * scale),
+                                 std::lround(dst.Get(x, y, ch.green) * scale),
+                                 std::lround(dst.Get(x, y, ch.blue) * scale)};
             for (int i = 0; i < 3; ++i) {
               // Float frames blur in floats, bytes round to a whole level.
               ASSERT_NEAR(got[i], want[i], isFloat ? 1 : 0)
