@@ -1,5 +1,8 @@
 #include "kernels/dispatch.h"
 
+#include <hwy/highway.h>
+#include <hwy/targets.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -7,23 +10,40 @@
 namespace vitrella::kernels {
 namespace {
 
-// Written once at load, before any kernel runs; tests may switch it between runs.
-std::atomic<KernelPath> g_path{KernelPath::kVector};
+// Written at load, before any kernel runs; tests switch it between runs.
+std::atomic<bool> g_reference{false};
 
 }  // namespace
 
 void SelectKernelPath() {
   const char* forced = std::getenv("VITRELLA_KERNELS");
-  const bool reference = forced != nullptr && std::strcmp(forced, "reference") == 0;
-  g_path.store(reference ? KernelPath::kReference : KernelPath::kVector);
+  g_reference.store(forced != nullptr && std::strcmp(forced, "reference") == 0);
+  hwy::SetSupportedTargetsForTest(0);
+  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
-KernelPath CurrentKernelPath() { return g_path.load(std::memory_order_relaxed); }
+bool UseReferenceKernels() { return g_reference.load(std::memory_order_relaxed); }
 
-void SetKernelPath(KernelPath path) { g_path.store(path); }
+std::vector<KernelVariant> KernelVariants() {
+  std::vector<KernelVariant> variants{{"reference", 0}};
+  hwy::SetSupportedTargetsForTest(0);
+  for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    variants.push_back({hwy::TargetName(target), target});
+  }
+  return variants;
+}
 
-const char* KernelPathName() {
-  return CurrentKernelPath() == KernelPath::kReference ? "reference" : "vector";
+void UseKernelVariant(const KernelVariant& variant) {
+  g_reference.store(variant.target == 0);
+  hwy::SetSupportedTargetsForTest(variant.target);
+  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+KernelVariant CurrentKernelVariant() {
+  if (UseReferenceKernels()) return {"reference", 0};
+  const int64_t best = hwy::SupportedTargets() & HWY_TARGETS;
+  const int64_t target = best & -best;  // the lowest bit is the best target
+  return {hwy::TargetName(target), target};
 }
 
 }  // namespace vitrella::kernels

@@ -1,19 +1,29 @@
-// The kernels' code path, chosen once when the library is loaded.
+// The kernels' code path: the plain loops, or the vector code of one processor family,
+// chosen once when the library is loaded.
 #pragma once
+
+#include <cstdint>
+#include <vector>
 
 namespace vitrella::kernels {
 
-enum class KernelPath {
-  kReference,  // the plain loops: the reference that every vector path must match
-  kVector,     // the widest vector instructions that the processor offers
+// A code path. `target` is 0 for the plain loops, else the vector target's bit.
+struct KernelVariant {
+  const char* name;
+  int64_t target;
 };
 
-// Picks the path for the running processor. VITRELLA_KERNELS=reference in the
-// environment forces the plain loops.
+// Picks the widest vector code that the processor runs. VITRELLA_KERNELS=reference in
+// the environment forces the plain loops, which every vector path must match.
 void SelectKernelPath();
-KernelPath CurrentKernelPath();
-// For tests, which run every kernel on every path.
-void SetKernelPath(KernelPath path);
-const char* KernelPathName();
+
+// Whether kernels take the plain loops.
+bool UseReferenceKernels();
+
+// The plain loops first, then every vector target built in and supported here; tests
+// run each kernel on each of them.
+std::vector<KernelVariant> KernelVariants();
+void UseKernelVariant(const KernelVariant& variant);
+KernelVariant CurrentKernelVariant();
 
 }  // namespace vitrella::kernels

@@ -1,5 +1,8 @@
 #include "kernels/filter_gauss.h"
 
+#include "kernels/dispatch.h"
+#include "kernels/filter_gauss_hwy.h"
+
 namespace vitrella::kernels {
 namespace {
 
@@ -61,11 +64,13 @@ Status FilterGauss(ConstImageView src, ImageView dst, int32_t maskCode, Row3 row
 }  // namespace
 
 Status FilterGauss8u_C4(ConstImageView src, ImageView dst, int32_t maskCode) {
-  return FilterGauss<uint8_t>(src, dst, maskCode, Gauss3x3Row8u, Gauss5x5Row8u);
+  const auto row3 = UseReferenceKernels() ? Gauss3x3Row8u : vector::Gauss3x3Row8u;
+  return FilterGauss<uint8_t>(src, dst, maskCode, row3, Gauss5x5Row8u);
 }
 
 Status FilterGauss32f_C4(ConstImageView src, ImageView dst, int32_t maskCode) {
-  return FilterGauss<float>(src, dst, maskCode, Gauss3x3Row32f, Gauss5x5Row32f);
+  const auto row3 = UseReferenceKernels() ? Gauss3x3Row32f : vector::Gauss3x3Row32f;
+  return FilterGauss<float>(src, dst, maskCode, row3, Gauss5x5Row32f);
 }
 
 }  // namespace vitrella::kernels
