@@ -1,0 +1,220 @@
+#include "command_line.h"
+
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+#include "host_error.h"
+#include "host_frames.h"
+
+namespace vitrella::host {
+namespace {
+
+// Walks the arguments, splitting "--name=value" and taking an option's value from the
+// next argument otherwise.
+class ArgumentReader {
+ public:
+  explicit ArgumentReader(const std::vector<std::string>& args) : args_(args) {}
+
+  bool Done() const { return next_ >= args_.size(); }
+  const std::string& Peek() const { return args_[next_]; }
+  std::string Take() { return args_[next_++]; }
+
+  // Splits an option argument into its name and an inline value, if any.
+  static std::pair<std::string, std::optional<std::string>> Split(const std::string& arg) {
+    const size_t equals = arg.find('=');
+    if (arg.rfind("--", 0) != 0 || equals == std::string::npos) return {arg, std::nullopt};
+    return {arg.substr(0, equals), arg.substr(equals + 1)};
+  }
+
+  std::string Value(const std::string& name, std::optional<std::string> inlineValue) {
+    if (inlineValue) return *inlineValue;
+    if (Done()) throw UsageError("option " + name + " needs a value");
+    return Take();
+  }
+
+ private:
+  const std::vector<std::string>& args_;
+  size_t next_ = 0;
+};
+
+bool IsHelp(std::string_view arg) {
+  return arg == "--help" || arg == "-h";
+}
+
+PixelFormat ParseFormat(const std::string& text) {
+  const std::optional<PixelFormat> format = ParseFormatName(text);
+  if (!format) {
+    throw UsageError("unknown format '" + text + "'; use bgra8, argb8, bgra32f or argb32f");
+  }
+  return *format;
+}
+
+uint16_t ParseFieldMode(const std::string& text) {
+  unsigned value = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (text.empty() || error != std::errc() || stop != end || value > 0xFFFF) {
+    throw UsageError("bad field mode '" + text + "': expected a number from 0 to 65535");
+  }
+  return static_cast<uint16_t>(value);
+}
+
+double ParsePixelAspect(const std::string& text) {
+  double value = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (text.empty() || error != std::errc() || stop != end || !std::isfinite(value) || value <= 0) {
+    throw UsageError("bad pixel aspect '" + text + "': expected a positive number");
+  }
+  return value;
+}
+
+ParamSetting ParseSetting(const std::string& text) {
+  const size_t equals = text.find('=');
+  if (equals == std::string::npos) {
+    throw UsageError("bad setting '" + text + "': expected PARAM=VALUE");
+  }
+  return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+template <typename T>
+void SetOnce(std::optional<T>& field, T value, const std::string& name) {
+  if (field) throw UsageError("option " + name + " is given twice");
+  field = std::move(value);
+}
+
+void ParseRender(ArgumentReader& reader, CommandLine& line) {
+  RenderOptions& render = line.render;
+  std::optional<std::string> effect, format, fieldMode;
+  std::vector<std::string> positional;
+  bool optionsEnded = false;
+  while (!reader.Done()) {
+    const std::string arg = reader.Take();
+    if (optionsEnded || arg.empty() || arg[0] != '-' || arg == "-") {
+      positional.push_back(arg);
+      continue;
+    }
+    auto [name, inlineValue] = ArgumentReader::Split(arg);
+    if (name == "--") {
+      optionsEnded = true;
+    } else if (IsHelp(name)) {
+      line.command = Command::kHelp;
+      return;
+    } else if (name == "--effect") {
+      SetOnce(effect, reader.Value(name, inlineValue), name);
+    } else if (name == "--preset") {
+      SetOnce(render.preset, reader.Value(name, inlineValue), name);
+    } else if (name == "--set") {
+      render.settings.push_back(ParseSetting(reader.Value(name, inlineValue)));
+    } else if (name == "--format") {
+      SetOnce(format, reader.Value(name, inlineValue), name);
+      render.format = ParseFormat(*format);
+    } else if (name == "--bottom-up" && !inlineValue) {
+      render.bottomUp = true;
+    } else if (name == "--field-mode") {
+      SetOnce(fieldMode, reader.Value(name, inlineValue), name);
+      render.fieldMode = ParseFieldMode(*fieldMode);
+    } else if (name == "--pixel-aspect") {
+      SetOnce(render.pixelAspect, ParsePixelAspect(reader.Value(name, inlineValue)), name);
+    } else if (name == "--library") {
+      line.library = reader.Value(name, inlineValue);
+    } else {
+      throw UsageError("unknown option '" + arg + "' for render");
+    }
+  }
+  if (!effect) throw UsageError("render needs --effect NAME or --effect INDEX");
+  render.effect = *effect;
+  if (positional.empty()) throw UsageError("render needs an output file");
+  if (positional.size() > 2) {
+    throw UsageError("render takes at most an input and an output file, not '" + positional[2] +
+                     "'");
+  }
+  if (positional.size() == 2) render.input = positional[0];
+  render.output = positional.back();
+}
+
+void ParseList(ArgumentReader& reader, CommandLine& line) {
+  while (!reader.Done()) {
+    const std::string arg = reader.Take();
+    auto [name, inlineValue] = ArgumentReader::Split(arg);
+    if (IsHelp(name)) {
+      line.command = Command::kHelp;
+      return;
+    } else if (name == "--json" && !inlineValue) {
+      line.json = true;
+    } else if (name == "--library") {
+      line.library = reader.Value(name, inlineValue);
+    } else {
+      throw UsageError("unknown argument '" + arg + "' for list");
+    }
+  }
+}
+
+}  // namespace
+
+CommandLine ParseCommandLine(const std::vector<std::string>& args) {
+  CommandLine line;
+  ArgumentReader reader(args);
+  // Options before the command apply to every command.
+  while (!reader.Done() && reader.Peek().rfind("-", 0) == 0) {
+    const std::string arg = reader.Take();
+    auto [name, inlineValue] = ArgumentReader::Split(arg);
+    if (IsHelp(name)) return line;
+    if (name != "--library") throw UsageError("unknown option '" + arg + "'");
+    line.library = reader.Value(name, inlineValue);
+  }
+  if (reader.Done()) throw UsageError("no command given");
+  const std::string command = reader.Take();
+  if (command == "help") {
+    line.command = Command::kHelp;
+  } else if (command == "list") {
+    line.command = Command::kList;
+    ParseList(reader, line);
+  } else if (command == "render") {
+    line.command = Command::kRender;
+    ParseRender(reader, line);
+  } else {
+    throw UsageError("unknown command '" + command + "'");
+  }
+  return line;
+}
+
+std::string UsageText() {
+  return R"(Usage:
+  vitrella [--library PATH] list [--json]
+  vitrella [--library PATH] render --effect NAME|INDEX [options] [INPUT] OUTPUT
+  vitrella help | --help
+
+Commands:
+  list        Describe every effect of the library: traits, GPU support, parameters,
+              tooltips and built-in presets. --json prints one JSON document instead.
+  render      Render one picture through an effect. Without INPUT the built-in test
+              picture (1280x720) is used. OUTPUT keeps alpha; PNG is written with 8-bit
+              channels for byte formats and 16-bit channels for float formats.
+
+Options:
+  --library PATH        the effect library (default: Vitrella3OpenGL64.so beside vitrella)
+  --effect NAME|INDEX   the effect, by name (any case) or index
+  --preset NAME|INDEX   start from a built-in preset instead of the defaults
+  --set PARAM=VALUE     set one parameter; repeatable, applied after the preset.
+                        PARAM is an index or a label (any case, or the start of one label)
+  --format FORMAT       frame format handed to the effect: bgra8 (default), argb8,
+                        bgra32f, argb32f
+  --bottom-up           hand the frame over bottom row first (flipped clear)
+  --field-mode N        field mode of the render, 0 to 65535 (default 3, a whole frame)
+  --pixel-aspect X      pixel aspect ratio, marked valid for the effect
+
+Values by parameter kind:
+  slider  a fraction from 0 to 1 of the shown range      Strength=0.5
+  point   x,y as fractions of the frame, y from the top  Centre=0.5,0.4
+  color   #RRGGBB                                        Tint=#FF8000
+  check   on or off                                      "Show changed pixels=on"
+  choice  the entry's text or its index                  Mode=Screen
+  group   takes no value
+
+Exit status: 0 on success, 1 when the work fails, 2 for a wrong command line.
+)";
+}
+
+}  // namespace vitrella::host

@@ -1,0 +1,170 @@
+#include "host_frames.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "host_error.h"
+
+namespace vitrella::host {
+namespace {
+
+constexpr int64_t kAlignment = 64;
+
+struct NamedFormat {
+  PixelFormat format;
+  std::string_view name;
+};
+constexpr NamedFormat kFormatNames[] = {
+    {PixelFormat8BGRA, "bgra8"},
+    {PixelFormat8ARGB, "argb8"},
+    {PixelFormat32FBGRA, "bgra32f"},
+    {PixelFormat32FARGB, "argb32f"},
+};
+
+// Formats 1 and 4 are the exact reversal of 0 and 3: A,R,G,B is B,G,R,A backwards.
+bool ReversedChannels(PixelFormat format) {
+  return format == PixelFormat8ARGB || format == PixelFormat32FARGB;
+}
+
+template <typename T>
+void PackRow(const T* picture, uint8_t* frame, int32_t width, bool reversed) {
+  for (int32_t x = 0; x < width; ++x) {
+    T pixel[4];
+    for (int c = 0; c < 4; ++c)
+      pixel[c] = picture[x * 4 + (reversed ? 3 - c : c)];
+    std::memcpy(frame + static_cast<size_t>(x) * sizeof(pixel), pixel, sizeof(pixel));
+  }
+}
+
+template <typename T>
+void UnpackRow(const uint8_t* frame, T* picture, int32_t width, bool reversed) {
+  for (int32_t x = 0; x < width; ++x) {
+    T pixel[4];
+    std::memcpy(pixel, frame + static_cast<size_t>(x) * sizeof(pixel), sizeof(pixel));
+    for (int c = 0; c < 4; ++c)
+      picture[x * 4 + (reversed ? 3 - c : c)] = pixel[c];
+  }
+}
+
+// The scale that takes the picture's channels to 0..255 or 0..1.
+double ScaleTo(int depth, bool toFloat) {
+  const double full = depth == CV_8U ? 255.0 : depth == CV_16U ? 65535.0 : 1.0;
+  return (toFloat ? 1.0 : 255.0) / full;
+}
+
+}  // namespace
+
+std::optional<PixelFormat> ParseFormatName(std::string_view name) {
+  for (const NamedFormat& entry : kFormatNames) {
+    if (entry.name == name) return entry.format;
+  }
+  return std::nullopt;
+}
+
+std::string_view FormatName(PixelFormat format) {
+  for (const NamedFormat& entry : kFormatNames) {
+    if (entry.format == format) return entry.name;
+  }
+  return "unknown";
+}
+
+bool IsFloatFormat(PixelFormat format) {
+  return format == PixelFormat32FBGRA || format == PixelFormat32FARGB;
+}
+
+int32_t PixelBytesOf(PixelFormat format) {
+  switch (format) {
+    case PixelFormat8BGRA:
+    case PixelFormat8ARGB:
+      return 4;
+    case PixelFormat32FBGRA:
+    case PixelFormat32FARGB:
+      return 16;
+    default:
+      return 0;
+  }
+}
+
+void OwnedFrame::Free::operator()(uint8_t* memory) const {
+  std::free(memory);
+}
+
+OwnedFrame::OwnedFrame(int32_t width, int32_t height, PixelFormat format, bool flipped) {
+  const int32_t pixelBytes = PixelBytesOf(format);
+  if (width <= 0 || height <= 0 || pixelBytes == 0) {
+    throw HostError("cannot make a frame of " + std::to_string(width) + "x" +
+                    std::to_string(height) + " pixels");
+  }
+  const int64_t pitch = (int64_t{width} * pixelBytes + kAlignment - 1) / kAlignment * kAlignment;
+  if (pitch > std::numeric_limits<int32_t>::max()) {
+    throw HostError("the picture is too large for a frame");
+  }
+  const size_t bytes = static_cast<size_t>(pitch * height);
+  memory_.reset(static_cast<uint8_t*>(std::aligned_alloc(kAlignment, bytes)));
+  if (!memory_) throw HostError("out of memory for a frame of " + std::to_string(bytes) + " bytes");
+  std::memset(memory_.get(), 0, bytes);
+  record_.data = memory_.get();
+  record_.width = width;
+  record_.height = height;
+  record_.pitch = static_cast<int32_t>(pitch);
+  record_.pixelBytes = pixelBytes;
+  record_.format = format;
+  record_.flipped = flipped ? 1 : 0;
+}
+
+uint8_t* OwnedFrame::Row(int32_t memoryRow) const {
+  return memory_.get() + static_cast<ptrdiff_t>(memoryRow) * record_.pitch;
+}
+
+OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder order) {
+  const int depth = picture.depth();
+  if (picture.channels() != 4 || (depth != CV_8U && depth != CV_16U && depth != CV_32F)) {
+    throw HostError("a picture must have four channels of 8-bit, 16-bit or float");
+  }
+  const bool toFloat = IsFloatFormat(format);
+  cv::Mat channels;
+  picture.convertTo(channels, toFloat ? CV_32F : CV_8U, ScaleTo(depth, toFloat));
+
+  const bool topFirst = order == RowOrder::kTopFirst;
+  OwnedFrame frame(picture.cols, picture.rows, format, topFirst);
+  const bool reversed = ReversedChannels(format);
+  for (int32_t y = 0; y < picture.rows; ++y) {
+    uint8_t* row = frame.Row(topFirst ? y : picture.rows - 1 - y);
+    if (toFloat) {
+      PackRow(channels.ptr<float>(y), row, picture.cols, reversed);
+    } else {
+      PackRow(channels.ptr<uint8_t>(y), row, picture.cols, reversed);
+    }
+  }
+  return frame;
+}
+
+OwnedFrame FrameLike(const HostFrame& frame) {
+  return OwnedFrame(frame.width, frame.height, frame.format, frame.flipped != 0);
+}
+
+cv::Mat FrameToPicture(const HostFrame& frame) {
+  const int32_t pixelBytes = PixelBytesOf(frame.format);
+  if (frame.data == nullptr || frame.width <= 0 || frame.height <= 0 || pixelBytes == 0 ||
+      frame.pixelBytes != pixelBytes ||
+      std::abs(int64_t{frame.pitch}) < int64_t{frame.width} * pixelBytes) {
+    throw HostError("the effect left a destination frame that does not describe a picture");
+  }
+  const bool toFloat = IsFloatFormat(frame.format);
+  cv::Mat picture(frame.height, frame.width, toFloat ? CV_32FC4 : CV_8UC4);
+  const bool reversed = ReversedChannels(frame.format);
+  for (int32_t i = 0; i < frame.height; ++i) {
+    const uint8_t* row = frame.data + static_cast<ptrdiff_t>(i) * frame.pitch;
+    const int32_t y = frame.flipped != 0 ? i : frame.height - 1 - i;
+    if (toFloat) {
+      UnpackRow(row, picture.ptr<float>(y), frame.width, reversed);
+    } else {
+      UnpackRow(row, picture.ptr<uint8_t>(y), frame.width, reversed);
+    }
+  }
+  return picture;
+}
+
+}  // namespace vitrella::host

@@ -1,0 +1,68 @@
+// vitrella: the reference host. It loads the effect library by path, like any host, and
+// lists its effects or renders pictures through them.
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <opencv2/core/utils/logger.hpp>
+
+#include "command_line.h"
+#include "host_error.h"
+#include "list_command.h"
+#include "render_command.h"
+
+namespace {
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+// Messages from libraries below may span lines; the user gets exactly one.
+std::string OneLine(const char* message) {
+  std::string line = message;
+  for (char& c : line) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  while (!line.empty() && line.back() == ' ')
+    line.pop_back();
+  return line;
+}
+
+int Run(const std::vector<std::string>& args) {
+  using namespace vitrella::host;
+  const CommandLine line = ParseCommandLine(args);
+  switch (line.command) {
+    case Command::kHelp:
+      std::cout << UsageText();
+      break;
+    case Command::kList:
+      RunList(line, std::cout);
+      break;
+    case Command::kRender:
+      RunRender(line);
+      break;
+  }
+  std::cout.flush();
+  if (!std::cout) throw HostError("cannot write to standard output");
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Every failure reaches the user as one line from here, not as codec chatter.
+  cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
+  const std::vector<std::string> args(argv + 1, argv + argc);
+  try {
+    return Run(args);
+  } catch (const vitrella::host::UsageError& error) {
+    std::cerr << "vitrella: " << OneLine(error.what()) << " (see vitrella --help)\n";
+    return kUsage;
+  } catch (const vitrella::host::HostError& error) {
+    std::cerr << "vitrella: " << OneLine(error.what()) << "\n";
+    return kFailure;
+  } catch (const std::exception& error) {
+    std::cerr << "vitrella: " << OneLine(error.what()) << "\n";
+    return kFailure;
+  }
+}

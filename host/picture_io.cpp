@@ -1,0 +1,152 @@
+#include "picture_io.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "host_error.h"
+#include "param_text.h"
+#include "quiet_stderr.h"
+
+namespace vitrella::host {
+namespace {
+
+std::string Extension(const std::string& path) {
+  return std::filesystem::path(path).extension().string();
+}
+
+bool HoldsSixteenBits(const std::string& extension) {
+  for (const char* wide : {".png", ".tif", ".tiff"}) {
+    if (EqualsIgnoreCase(extension, wide)) return true;
+  }
+  return false;
+}
+
+std::vector<uint8_t> ReadBytes(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) {
+    throw HostError("cannot read " + path + ": it is a directory");
+  }
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw HostError("cannot read " + path + ": " + std::strerror(errno));
+  std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(file)),
+                             std::istreambuf_iterator<char>());
+  if (file.bad()) throw HostError("cannot read " + path + ": " + std::strerror(errno));
+  return bytes;
+}
+
+// 16-bit float and double channels have no place in the frames; signed ones have no
+// agreed scale.
+cv::Mat ToUsableDepth(const cv::Mat& decoded) {
+  switch (decoded.depth()) {
+    case CV_8U:
+    case CV_16U:
+    case CV_32F:
+      return decoded;
+    case CV_16F:
+    case CV_64F: {
+      cv::Mat converted;
+      decoded.convertTo(converted, CV_32F);
+      return converted;
+    }
+    default:
+      return cv::Mat();
+  }
+}
+
+bool Encode(const std::string& extension, const cv::Mat& picture, std::vector<uint8_t>* bytes) {
+  const QuietStderr quiet;
+  try {
+    return cv::imencode(extension, picture, *bytes);
+  } catch (const cv::Exception&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+cv::Mat ReadPicture(const std::string& path) {
+  const std::vector<uint8_t> bytes = ReadBytes(path);
+  cv::Mat decoded;
+  try {
+    const QuietStderr quiet;
+    if (!bytes.empty()) decoded = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
+  } catch (const cv::Exception&) {
+    decoded.release();
+  }
+  if (decoded.empty())
+    throw HostError("cannot read " + path + ": not a picture file we can decode");
+  decoded = ToUsableDepth(decoded);
+  if (decoded.empty()) throw HostError("cannot read " + path + ": unsupported channel depth");
+
+  cv::Mat bgra;
+  switch (decoded.channels()) {
+    case 1:
+      cv::cvtColor(decoded, bgra, cv::COLOR_GRAY2BGRA);
+      break;
+    case 3:
+      cv::cvtColor(decoded, bgra, cv::COLOR_BGR2BGRA);
+      break;
+    case 4:
+      bgra = decoded;
+      break;
+    default:
+      throw HostError("cannot read " + path + ": " + std::to_string(decoded.channels()) +
+                      " channels per pixel are not supported");
+  }
+  return bgra;
+}
+
+void CheckPictureWriter(const std::string& path) {
+  if (Extension(path).empty()) {
+    throw HostError("cannot write " + path + ": the name needs an extension such as .png");
+  }
+  bool known = false;
+  try {
+    known = cv::haveImageWriter(path);
+  } catch (const cv::Exception&) {
+    known = false;
+  }
+  if (!known) throw HostError("cannot write " + path + ": no codec for " + Extension(path));
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  std::error_code error;
+  if (!folder.empty() && !std::filesystem::is_directory(folder, error)) {
+    throw HostError("cannot write " + path + ": the folder " + folder.string() + " does not exist");
+  }
+}
+
+void WritePicture(const std::string& path, const cv::Mat& picture) {
+  CheckPictureWriter(path);
+  const std::string extension = Extension(path);
+  cv::Mat stored = picture;
+  if (picture.depth() == CV_32F) {
+    // convertTo rounds and saturates, which is the clamp to 0..1.
+    const bool wide = HoldsSixteenBits(extension);
+    picture.convertTo(stored, wide ? CV_16U : CV_8U, wide ? 65535.0 : 255.0);
+  }
+
+  std::vector<uint8_t> bytes;
+  if (!Encode(extension, stored, &bytes)) {
+    // Some formats take three channels only.
+    cv::Mat bgr;
+    cv::cvtColor(stored, bgr, cv::COLOR_BGRA2BGR);
+    if (!Encode(extension, bgr, &bytes)) {
+      throw HostError("cannot write " + path + ": the " + extension + " codec refused the picture");
+    }
+  }
+
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  if (!file) throw HostError("cannot write " + path + ": " + std::strerror(errno));
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  if (!file) throw HostError("cannot write " + path + ": " + std::strerror(errno));
+}
+
+}  // namespace vitrella::host

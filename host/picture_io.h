@@ -1,0 +1,24 @@
+// Picture files in and out, through OpenCV's codecs.
+#pragma once
+
+#include <string>
+
+#include <opencv2/core.hpp>
+
+namespace vitrella::host {
+
+// An upright BGRA picture from a file in any format OpenCV reads (PNG, JPEG, TIFF, ...).
+// Gray and colour files gain an opaque alpha; channels keep the file's depth: 8-bit,
+// 16-bit or float. Throws HostError naming the file and the reason.
+cv::Mat ReadPicture(const std::string& path);
+
+// Throws HostError when no codec writes files with the path's extension, so that a bad
+// output name is refused before any work is done.
+void CheckPictureWriter(const std::string& path);
+
+// Writes an upright BGRA picture of 8-bit or float channels. Float channels are clamped
+// to 0..1 and kept at 16 bits where the file format holds them (PNG, TIFF), 8 bits
+// elsewhere. Alpha is kept where the format takes it and dropped where it does not.
+void WritePicture(const std::string& path, const cv::Mat& picture);
+
+}  // namespace vitrella::host

@@ -1,0 +1,84 @@
+// The command line: what each option sets, and the mistakes it refuses.
+#include <gtest/gtest.h>
+
+#include "host/command_line.h"
+#include "host/host_error.h"
+
+namespace vitrella::host {
+namespace {
+
+TEST(CommandLine, ReadsEveryRenderOption) {
+  const CommandLine line = ParseCommandLine({"--library",      "first.so",
+                                             "render",         "--effect",
+                                             "Edge Smoother",  "--preset=Reset to None",
+                                             "--set",          "Strength=0.5",
+                                             "--set=1=on",     "--format",
+                                             "argb32f",        "--bottom-up",
+                                             "--field-mode",   "2",
+                                             "--pixel-aspect", "1.5",
+                                             "in.png",         "out.png",
+                                             "--library",      "lib.so"});
+  EXPECT_EQ(line.command, Command::kRender);
+  EXPECT_EQ(line.library, "lib.so");
+  const RenderOptions& render = line.render;
+  EXPECT_EQ(render.effect, "Edge Smoother");
+  EXPECT_EQ(render.preset, "Reset to None");
+  ASSERT_EQ(render.settings.size(), 2u);
+  EXPECT_EQ(render.settings[0].param, "Strength");
+  EXPECT_EQ(render.settings[0].value, "0.5");
+  EXPECT_EQ(render.settings[1].param, "1");
+  EXPECT_EQ(render.settings[1].value, "on");
+  EXPECT_EQ(render.format, PixelFormat32FARGB);
+  EXPECT_TRUE(render.bottomUp);
+  EXPECT_EQ(render.fieldMode, 2);
+  EXPECT_EQ(render.pixelAspect, 1.5);
+  EXPECT_EQ(render.input, "in.png");
+  EXPECT_EQ(render.output, "out.png");
+}
+
+TEST(CommandLine, RenderDefaultsToTheBuiltInPictureAndAWholeFrame) {
+  const CommandLine line = ParseCommandLine({"render", "--effect", "3", "out.png"});
+  EXPECT_FALSE(line.render.input);
+  EXPECT_EQ(line.render.format, PixelFormat8BGRA);
+  EXPECT_FALSE(line.render.bottomUp);
+  EXPECT_EQ(line.render.fieldMode, kFieldModeFrame);
+  EXPECT_FALSE(line.render.pixelAspect);
+  EXPECT_TRUE(line.library.empty());
+}
+
+TEST(CommandLine, HelpInEveryPlace) {
+  for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+           {"help"}, {"--help"}, {"-h"}, {"render", "--help"}, {"list", "-h"}}) {
+    EXPECT_EQ(ParseCommandLine(args).command, Command::kHelp) << args[0];
+  }
+  EXPECT_TRUE(ParseCommandLine({"list", "--json"}).json);
+}
+
+TEST(CommandLine, RefusesMistakes) {
+  const std::vector<std::vector<std::string>> mistakes = {
+      {},
+      {"draw"},
+      {"--verbose", "list"},
+      {"list", "extra"},
+      {"render", "out.png"},
+      {"render", "--effect", "3"},
+      {"render", "--effect", "3", "a.png", "b.png", "c.png"},
+      {"render", "--effect", "3", "--format", "rgb8", "out.png"},
+      {"render", "--effect", "3", "--field-mode", "70000", "out.png"},
+      {"render", "--effect", "3", "--field-mode", "-1", "out.png"},
+      {"render", "--effect", "3", "--pixel-aspect", "0", "out.png"},
+      {"render", "--effect", "3", "--set", "Strength", "out.png"},
+      {"render", "--effect", "3", "--effect", "4", "out.png"},
+      {"render", "--effect", "3", "--brightness", "out.png"},
+      {"render", "out.png", "--effect"},
+  };
+  for (const std::vector<std::string>& args : mistakes) {
+    std::string joined;
+    for (const std::string& arg : args)
+      joined += arg + " ";
+    EXPECT_THROW(ParseCommandLine(args), UsageError) << joined;
+  }
+}
+
+}  // namespace
+}  // namespace vitrella::host
