@@ -157,7 +157,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
   CommandLine line;
   ArgumentReader reader(args);
   // Options before the command apply to every command.
-  while (!reader.Done() && reader.Peek().rfind("-", 0) == 0) {
+  while (!reader.Done() && reader.Peek().starts_with('-')) {
     const std::string arg = reader.Take();
     auto [name, inlineValue] = ArgumentReader::Split(arg);
     if (IsHelp(name)) return line;

@@ -44,8 +44,8 @@ RenderInfo MakeRenderInfo(const RenderOptions& options) {
 std::vector<ParamValue> ChooseValues(IVideoEffect& effect, const std::vector<ParamInfo>& params,
                                      const RenderOptions& options) {
   std::vector<ParamValue> values;
-  for (const ParamInfo& info : params)
-    values.push_back(info.defaultValue);
+  values.reserve(params.size());
+  for (const ParamInfo& info : params) values.push_back(info.defaultValue);
   if (options.preset) {
     const uint32_t preset = FindPreset(effect, EffectName(effect), *options.preset);
     for (uint32_t i = 0; i < params.size(); ++i) {
