@@ -13,10 +13,27 @@ enum Status : int32_t {
   kBadSize = -6,        // width or height below 1
   kNullPointer = -8,
   kNoMemory = -9,
-  kBadPitch = -14,  // pitch below 1
+  kBadPitch = -14,          // pitch below 1
+  kBadInterpolation = -22,  // an interpolation code the kernel does not know
+  kBadResizeFactor = -23,   // a scale factor that is not above 0, or not finite
   kBadMaskSize = -33,
-  kBadChannel = -60,  // channel index outside 0 to 3
+  kBadQuadrilateral = -40,  // a warp's quadrilateral that is not convex, or degenerate
+  kBadChannel = -60,        // channel index outside 0 to 3
 };
+
+// Interpolation codes of resizes and warps; they are bit flags.
+inline constexpr int32_t kInterNearest = 1;
+inline constexpr int32_t kInterLinear = 2;
+inline constexpr int32_t kInterCubic = 4;
+inline constexpr int32_t kInterSuper = 8;  // area averaging, for reductions by factors <= 1
+// Asks a warp to smooth the edges of the warped picture.
+inline constexpr int32_t kSmoothEdges = static_cast<int32_t>(0x80000000u);
+
+// The interpolation code of a frame operation's mode: 0 nearest, 1 bilinear, 2 cubic,
+// anything else bilinear.
+inline int32_t InterpolationOfMode(int32_t mode) {
+  return mode == 0 ? kInterNearest : mode == 2 ? kInterCubic : kInterLinear;
+}
 
 struct Size {
   int32_t width = 0;
