@@ -12,6 +12,8 @@ if(VITRELLA_TSAN)
   add_link_options(-fsanitize=thread)
 endif()
 
-# Pixel kernels: without these GCC leaves loops that clamp floats or take square roots
-# scalar. Never -ffast-math: results must not depend on the optimiser.
-set(VITRELLA_KERNEL_FLAGS -fno-trapping-math -fno-math-errno)
+# Pixel kernels: without the first two GCC leaves loops that clamp floats or take square
+# roots scalar. No fused multiply-adds behind our back: the plain loops and the vector
+# code must give the same floats to the last bit. Never -ffast-math: results must not
+# depend on the optimiser.
+set(VITRELLA_KERNEL_FLAGS -fno-trapping-math -fno-math-errno -ffp-contract=off)

@@ -1,0 +1,185 @@
+#include "kernels/warp_quad.h"
+
+#include <cfloat>
+#include <climits>
+#include <cmath>
+
+#include "kernels/dispatch.h"
+#include "kernels/warp_quad_hwy.h"
+#include "kernels/warp_quad_pixel.h"
+
+namespace vitrella::kernels {
+namespace {
+
+// Pixel centres this near an edge count as on it, so that a quadrilateral through pixel
+// centres covers them whatever the rounding of its edge lines.
+constexpr double kOnEdge = 1e-9;
+
+// One edge of the destination quadrilateral as a line: a x + b y + c is the signed
+// distance of (x, y) from it, positive inside. Smoothing passes over an edge that runs
+// along a pixel row or column: it has no staircase to soften, and pictures cut into
+// strips along such lines (as warps of a picture in pieces are) then join without seams.
+struct EdgeLine {
+  double a, b, c;
+  bool smoothed;
+};
+
+void EdgeLines(const Quad quad, int32_t winding, EdgeLine lines[4]) {
+  for (int i = 0; i < 4; ++i) {
+    const double* p = quad[i];
+    const double* q = quad[(i + 1) % 4];
+    const double ex = q[0] - p[0];
+    const double ey = q[1] - p[1];
+    const double scale = winding / std::hypot(ex, ey);
+    // The inside lies on the side that the corners turn to.
+    const double a = -ey * scale;
+    const double b = ex * scale;
+    const bool alongAxis = std::fabs(a) < 1e-12 || std::fabs(b) < 1e-12;
+    lines[i] = {a, b, -(a * p[0] + b * p[1]), !alongAxis};
+  }
+}
+
+// Columns first to last of a row; empty when first > last.
+struct Span {
+  int32_t first;
+  int32_t last;
+};
+
+// The pixels of row y, among left..right, whose centres lie inside every edge, and at
+// least `inset` inside every smoothed one: each edge bounds x from one side, or the
+// whole row when it runs along the row.
+Span RowSpan(const EdgeLine lines[4], double y, double inset, int32_t left, int32_t right) {
+  double low = left;
+  double high = right;
+  for (int i = 0; i < 4; ++i) {
+    const EdgeLine& line = lines[i];
+    const double margin = line.smoothed ? inset : 0.0;
+    const double need = margin - kOnEdge - (line.b * y + line.c);  // a x >= need
+    if (std::fabs(line.a) < 1e-12) {
+      if (need > 0.0) return {left, left - 1};
+    } else if (line.a > 0.0) {
+      low = std::fmax(low, need / line.a);
+    } else {
+      high = std::fmin(high, need / line.a);
+    }
+  }
+  if (!(low <= high)) return {left, left - 1};
+  return {static_cast<int32_t>(std::ceil(low)), static_cast<int32_t>(std::floor(high))};
+}
+
+// Coverage of the pixel at (x, y) for edge smoothing: per smoothed edge, 1/2 plus the
+// distance inside, clamped to 0..1, multiplied over the edges.
+float Coverage(const EdgeLine lines[4], double x, double y) {
+  double coverage = 1.0;
+  for (int i = 0; i < 4; ++i) {
+    if (!lines[i].smoothed) continue;
+    const double share = 0.5 + lines[i].a * x + lines[i].b * y + lines[i].c;
+    coverage *= share < 0.0 ? 0.0 : share > 1.0 ? 1.0 : share;
+  }
+  return static_cast<float>(coverage);
+}
+
+float ToFloat(double value) {
+  return static_cast<float>(value < -FLT_MAX ? -FLT_MAX : value > FLT_MAX ? FLT_MAX : value);
+}
+
+// The inverse map along row y from its pixel `base`, relative to the source rectangle.
+// Taken at the row's first covered pixel, the floats stay as exact as the row allows.
+WarpRowMap RowMap(const ProjectiveMap& map, int32_t base, int32_t y, const Rect& srcRect) {
+  const double* m = map.m;
+  const double e = m[6] * base + m[7] * y + m[8];
+  const double f = m[6];
+  const double a = m[0] * base + m[1] * y + m[2] - srcRect.x * e;
+  const double b = m[0] - srcRect.x * f;
+  const double c = m[3] * base + m[4] * y + m[5] - srcRect.y * e;
+  const double d = m[3] - srcRect.y * f;
+  return {ToFloat(a), ToFloat(b), ToFloat(c), ToFloat(d), ToFloat(e), ToFloat(f)};
+}
+
+using WarpRowFn = void (*)(const WarpSource& source, const WarpRowMap& map, int32_t first,
+                           int32_t end, uint8_t* base, int32_t mode);
+
+bool ValidMode(int32_t mode) {
+  return mode == kInterNearest || mode == kInterLinear || mode == kInterCubic;
+}
+
+template <typename T>
+Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst, Rect dstRect,
+            const Quad dstQuad, int32_t interpolation, WarpRowFn vectorRow) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (srcQuad == nullptr || dstQuad == nullptr) return kNullPointer;
+  if (!RectInside(srcRect, src.Extent()) || !RectInside(dstRect, dst.Extent())) return kBadSize;
+  const bool smooth = (interpolation & kSmoothEdges) != 0;
+  const int32_t mode = interpolation & ~kSmoothEdges;
+  if (!ValidMode(mode)) return kBadInterpolation;
+  const int32_t winding = QuadWinding(dstQuad);
+  if (winding == 0 || QuadWinding(srcQuad) == 0) return kBadQuadrilateral;
+
+  constexpr int32_t kPixelBytes = 4 * sizeof(T);
+  const ProjectiveMap map = QuadToQuad(dstQuad, srcQuad);
+  EdgeLine lines[4];
+  EdgeLines(dstQuad, winding, lines);
+  const WarpSource source{src.Sub(srcRect.x, srcRect.y, 1, 1, kPixelBytes).data, src.pitch,
+                          srcRect.width, srcRect.height};
+  // Vector rows gather with 32-bit byte offsets into the source rectangle.
+  const bool offsetsFit = (static_cast<double>(srcRect.height) - 1) * src.pitch +
+                              static_cast<double>(srcRect.width) * kPixelBytes <=
+                          INT32_MAX;
+  const WarpRowFn row = UseReferenceKernels() || !offsetsFit ? WarpRow<T> : vectorRow;
+
+  double top = dstQuad[0][1], bottom = dstQuad[0][1];
+  for (int i = 1; i < 4; ++i) {
+    top = std::fmin(top, dstQuad[i][1]);
+    bottom = std::fmax(bottom, dstQuad[i][1]);
+  }
+  // Clamped to the rectangle before conversion: corners may lie far outside it.
+  const double firstRow = dstRect.y;
+  const double lastRow = dstRect.y + dstRect.height - 1.0;
+  const int32_t firstY =
+      static_cast<int32_t>(std::fmin(std::fmax(firstRow, std::ceil(top - kOnEdge)), lastRow + 1));
+  const int32_t lastY = static_cast<int32_t>(
+      std::fmax(std::fmin(lastRow, std::floor(bottom + kOnEdge)), firstRow - 1));
+  for (int32_t y = firstY; y <= lastY; ++y) {
+    const Span span = RowSpan(lines, y, 0.0, dstRect.x, dstRect.x + dstRect.width - 1);
+    if (span.first > span.last) continue;
+    // Every position of the row counts from its first pixel, in both passes below, so that
+    // a pixel samples the same with smoothing as without.
+    const WarpRowMap rowMap = RowMap(map, span.first, y, srcRect);
+    uint8_t* base = dst.Row(y) + static_cast<ptrdiff_t>(span.first) * kPixelBytes;
+    const Span inner = smooth ? RowSpan(lines, y, 0.5, span.first, span.last) : span;
+    const bool hasInner = inner.first <= inner.last;
+    if (hasInner) {
+      row(source, rowMap, inner.first - span.first, inner.last + 1 - span.first, base, mode);
+    }
+    if (!smooth) continue;
+    // The pixels less than half a pixel inside an edge, on either side of the inner run.
+    const auto blendEdge = [&](int32_t from, int32_t to) {
+      for (int32_t x = from; x < to; ++x) {
+        const int32_t i = x - span.first;
+        float value[4];
+        SampleAt<T>(source, MapAlongRow(rowMap, i), mode, value);
+        BlendSample(value, Coverage(lines, x, y), base + static_cast<ptrdiff_t>(i) * kPixelBytes,
+                    T{});
+      }
+    };
+    blendEdge(span.first, hasInner ? inner.first : span.last + 1);
+    if (hasInner) blendEdge(inner.last + 1, span.last + 1);
+  }
+  return kOk;
+}
+
+}  // namespace
+
+Status WarpQuad8u_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
+                     Rect dstRect, const Quad dstQuad, int32_t interpolation) {
+  return Warp<uint8_t>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
+                       vector::WarpRow8u_C4);
+}
+
+Status WarpQuad32f_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
+                      Rect dstRect, const Quad dstQuad, int32_t interpolation) {
+  return Warp<float>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
+                     vector::WarpRow32f_C4);
+}
+
+}  // namespace vitrella::kernels

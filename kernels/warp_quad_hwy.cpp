@@ -1,0 +1,247 @@
+// Compiled once per processor family by Highway's foreach_target.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kernels/warp_quad_hwy.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "kernels/warp_quad_hwy.h"
+#include "kernels/warp_quad_pixel.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vitrella::kernels::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Source positions of a vector of consecutive destination pixels, clamped into the
+// source rectangle, in the order of operations of MapAlongRow and ClampPosition.
+template <class DF>
+struct RowPositions {
+  hn::Vec<DF> u, v;
+};
+
+template <class DF>
+class RowMapper {
+ public:
+  RowMapper(DF df, const WarpSource& s, const WarpRowMap& m)
+      : a_(hn::Set(df, m.a)),
+        b_(hn::Set(df, m.b)),
+        c_(hn::Set(df, m.c)),
+        d_(hn::Set(df, m.d)),
+        e_(hn::Set(df, m.e)),
+        f_(hn::Set(df, m.f)),
+        lastX_(hn::Set(df, static_cast<float>(s.width - 1))),
+        lastY_(hn::Set(df, static_cast<float>(s.height - 1))),
+        df_(df) {}
+
+  RowPositions<DF> At(int32_t i) const {
+    const auto x = hn::Iota(df_, static_cast<float>(i));
+    const auto inverse = hn::Div(hn::Set(df_, 1.0f), hn::Add(e_, hn::Mul(f_, x)));
+    const auto u = hn::Mul(hn::Add(a_, hn::Mul(b_, x)), inverse);
+    const auto v = hn::Mul(hn::Add(c_, hn::Mul(d_, x)), inverse);
+    return {Clamp(u, lastX_), Clamp(v, lastY_)};
+  }
+
+ private:
+  hn::Vec<DF> Clamp(hn::Vec<DF> p, hn::Vec<DF> last) const {
+    const auto zero = hn::Zero(df_);
+    p = hn::IfThenElse(p >= zero, p, zero);  // NaN fails the test and goes to 0
+    return hn::IfThenElse(p <= last, p, last);
+  }
+
+  hn::Vec<DF> a_, b_, c_, d_, e_, f_, lastX_, lastY_;
+  DF df_;
+};
+
+#if HWY_TARGET == HWY_SCALAR
+
+// One lane holds less than a pixel: the plain row is the vector row.
+void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode) {
+  WarpRow<uint8_t>(s, m, first, end, base, mode);
+}
+
+#else
+
+// LerpFixed7 on two channels of each pixel at once, one in each 16-bit half of its word.
+template <class D16>
+HWY_INLINE hn::Vec<D16> LerpFixed7(D16, hn::Vec<D16> a, hn::Vec<D16> b, hn::Vec<D16> w) {
+  return hn::Add(hn::ShiftLeft<7>(a), hn::MulFixedPoint15(hn::ShiftLeft<7>(hn::Sub(b, a)), w));
+}
+
+// Bilinear of two channels of each pixel from its four gathered taps, in the fixed point
+// of the plain SampleBilinear<uint8_t>; the bytes end in the low half of each 16 bits.
+template <class D16>
+HWY_INLINE hn::Vec<D16> BilinearFixed(D16 d16, hn::Vec<D16> p00, hn::Vec<D16> p01, hn::Vec<D16> p10,
+                                      hn::Vec<D16> p11, hn::Vec<D16> wx, hn::Vec<D16> wy) {
+  const auto top = LerpFixed7(d16, p00, p01, wx);
+  const auto bottom = LerpFixed7(d16, p10, p11, wx);
+  const auto sum = hn::Add(top, hn::MulFixedPoint15(hn::Sub(bottom, top), wy));
+  return hn::ShiftRight<7>(hn::Add(sum, hn::Set(d16, 64)));
+}
+
+// Four-channel bytes, one pixel per lane: taps are gathered as 32-bit words, and the
+// bilinear arithmetic runs on channels 0 and 2, then 1 and 3, in 16-bit halves.
+void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                  uint8_t* HWY_RESTRICT base, int32_t mode) {
+  const hn::ScalableTag<float> df;
+  const hn::RebindToSigned<decltype(df)> di;
+  const hn::Repartition<int16_t, decltype(di)> d16;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  int32_t i = first;
+  if (mode != kInterCubic) {
+    const RowMapper<decltype(df)> mapper(df, s, m);
+    const int32_t* words = reinterpret_cast<const int32_t*>(s.origin);
+    const auto pitch = hn::Set(di, static_cast<int32_t>(s.pitch));
+    const auto lastX = hn::Set(di, s.width - 1);
+    const auto lastY = hn::Set(di, s.height - 1);
+    const auto half = hn::Set(df, 0.5f);
+    const auto scale = hn::Set(df, 32768.0f);
+    const auto maxWeight = hn::Set(di, 32767);
+    const auto evenBytes = hn::Set(di, 0x00FF00FF);
+    // A fixed-point weight, the same in both halves of each word.
+    const auto weight = [&](hn::Vec<decltype(df)> w) {
+      const auto q = hn::Min(hn::NearestInt(hn::Mul(w, scale)), maxWeight);
+      return hn::BitCast(d16, hn::Or(q, hn::ShiftLeft<16>(q)));
+    };
+    const auto even = [&](hn::Vec<decltype(di)> p) {
+      return hn::BitCast(d16, hn::And(p, evenBytes));
+    };
+    const auto odd = [&](hn::Vec<decltype(di)> p) {
+      return hn::BitCast(d16, hn::And(hn::ShiftRight<8>(p), evenBytes));
+    };
+    // The last vector of a row may reach past its end: its extra lanes sample positions
+    // clamped into the source like any other, and are not stored.
+    const auto store = [&](hn::Vec<decltype(di)> pixels, int32_t at) {
+      int32_t* out = reinterpret_cast<int32_t*>(base + static_cast<ptrdiff_t>(at) * 4);
+      if (at + lanes <= end) {
+        hn::StoreU(pixels, di, out);
+      } else {
+        hn::BlendedStore(pixels, hn::FirstN(di, static_cast<size_t>(end - at)), di, out);
+      }
+    };
+    for (; i < end; i += lanes) {
+      const RowPositions<decltype(df)> p = mapper.At(i);
+      if (mode == kInterNearest) {
+        const auto x = hn::ConvertTo(di, hn::Floor(hn::Add(p.u, half)));
+        const auto y = hn::ConvertTo(di, hn::Floor(hn::Add(p.v, half)));
+        const auto offset = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
+        store(hn::GatherOffset(di, words, offset), i);
+        continue;
+      }
+      const auto fu = hn::Floor(p.u);
+      const auto fv = hn::Floor(p.v);
+      const auto x = hn::ConvertTo(di, fu);
+      const auto y = hn::ConvertTo(di, fv);
+      const auto wx = weight(hn::Sub(p.u, fu));
+      const auto wy = weight(hn::Sub(p.v, fv));
+      const auto stepX = hn::IfThenElseZero(x < lastX, hn::Set(di, 4));
+      const auto stepY = hn::IfThenElseZero(y < lastY, pitch);
+      const auto o00 = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
+      const auto o10 = hn::Add(o00, stepY);
+      const auto p00 = hn::GatherOffset(di, words, o00);
+      const auto p01 = hn::GatherOffset(di, words, hn::Add(o00, stepX));
+      const auto p10 = hn::GatherOffset(di, words, o10);
+      const auto p11 = hn::GatherOffset(di, words, hn::Add(o10, stepX));
+      const auto c02 = BilinearFixed(d16, even(p00), even(p01), even(p10), even(p11), wx, wy);
+      const auto c13 = BilinearFixed(d16, odd(p00), odd(p01), odd(p10), odd(p11), wx, wy);
+      store(hn::Or(hn::BitCast(di, c02), hn::ShiftLeft<8>(hn::BitCast(di, c13))), i);
+    }
+  }
+  WarpRow<uint8_t>(s, m, i, end, base, mode);
+}
+
+#endif
+
+#if HWY_TARGET == HWY_SCALAR
+
+// One lane holds less than a pixel: the plain row is the vector row.
+void WarpRow32f_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode) {
+  WarpRow<float>(s, m, first, end, base, mode);
+}
+
+#else
+
+// Four-channel floats: positions a vector at a time, then each pixel's four channels in
+// one 128-bit vector, as a pixel's channels lie side by side.
+void WarpRow32f_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                   uint8_t* HWY_RESTRICT base, int32_t mode) {
+  const hn::ScalableTag<float> df;
+  const hn::RebindToSigned<decltype(df)> di;
+  const hn::Full128<float> d4;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  int32_t i = first;
+  if (mode != kInterCubic) {
+    const RowMapper<decltype(df)> mapper(df, s, m);
+    const auto pitch = hn::Set(di, static_cast<int32_t>(s.pitch));
+    const auto lastX = hn::Set(di, s.width - 1);
+    const auto lastY = hn::Set(di, s.height - 1);
+    const auto half = hn::Set(df, 0.5f);
+    HWY_ALIGN int32_t offsets[HWY_MAX_BYTES / 4];
+    HWY_ALIGN int32_t stepsX[HWY_MAX_BYTES / 4];
+    HWY_ALIGN int32_t stepsY[HWY_MAX_BYTES / 4];
+    HWY_ALIGN float weightsX[HWY_MAX_BYTES / 4];
+    HWY_ALIGN float weightsY[HWY_MAX_BYTES / 4];
+    const auto load = [&](ptrdiff_t offset) {
+      return hn::LoadU(d4, reinterpret_cast<const float*>(s.origin + offset));
+    };
+    for (; i < end; i += lanes) {
+      // The last vector of a row may reach past its end; only its pixels are written.
+      const int32_t count = end - i < lanes ? end - i : lanes;
+      const RowPositions<decltype(df)> p = mapper.At(i);
+      float* out = reinterpret_cast<float*>(base + static_cast<ptrdiff_t>(i) * 16);
+      if (mode == kInterNearest) {
+        const auto x = hn::ConvertTo(di, hn::Floor(hn::Add(p.u, half)));
+        const auto y = hn::ConvertTo(di, hn::Floor(hn::Add(p.v, half)));
+        hn::Store(hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<4>(x)), di, offsets);
+        for (int32_t k = 0; k < count; ++k)
+          hn::StoreU(load(offsets[k]), d4, out + 4 * k);
+        continue;
+      }
+      const auto fu = hn::Floor(p.u);
+      const auto fv = hn::Floor(p.v);
+      const auto x = hn::ConvertTo(di, fu);
+      const auto y = hn::ConvertTo(di, fv);
+      hn::Store(hn::Sub(p.u, fu), df, weightsX);
+      hn::Store(hn::Sub(p.v, fv), df, weightsY);
+      hn::Store(hn::IfThenElseZero(x < lastX, hn::Set(di, 16)), di, stepsX);
+      hn::Store(hn::IfThenElseZero(y < lastY, pitch), di, stepsY);
+      hn::Store(hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<4>(x)), di, offsets);
+      for (int32_t k = 0; k < count; ++k) {
+        const auto wx = hn::Set(d4, weightsX[k]);
+        const auto wy = hn::Set(d4, weightsY[k]);
+        const ptrdiff_t o00 = offsets[k];
+        const ptrdiff_t o10 = o00 + stepsY[k];
+        const auto a = load(o00);
+        const auto top = hn::Add(a, hn::Mul(hn::Sub(load(o00 + stepsX[k]), a), wx));
+        const auto d = load(o10);
+        const auto bottom = hn::Add(d, hn::Mul(hn::Sub(load(o10 + stepsX[k]), d), wx));
+        hn::StoreU(hn::Add(top, hn::Mul(hn::Sub(bottom, top), wy)), d4, out + 4 * k);
+      }
+    }
+  }
+  WarpRow<float>(s, m, i, end, base, mode);
+}
+
+#endif
+
+}  // namespace vitrella::kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace vitrella::kernels::vector {
+
+HWY_EXPORT(WarpRow8u_C4);
+HWY_EXPORT(WarpRow32f_C4);
+
+void WarpRow8u_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode) {
+  HWY_DYNAMIC_DISPATCH(WarpRow8u_C4)(source, map, first, end, base, mode);
+}
+
+void WarpRow32f_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode) {
+  HWY_DYNAMIC_DISPATCH(WarpRow32f_C4)(source, map, first, end, base, mode);
+}
+
+}  // namespace vitrella::kernels::vector
+#endif

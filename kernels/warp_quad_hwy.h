@@ -1,0 +1,17 @@
+// Vector rows of the warps, one build per processor family. Same arguments and the same
+// values as WarpRow of warp_quad_pixel.h. Byte offsets into the source rectangle must fit
+// in 32 bits.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/warp_quad_pixel.h"
+
+namespace vitrella::kernels::vector {
+
+void WarpRow8u_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode);
+void WarpRow32f_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode);
+
+}  // namespace vitrella::kernels::vector
