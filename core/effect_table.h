@@ -70,7 +70,9 @@ constexpr ParamValue ColorValue(uint32_t word) {
   return v;
 }
 // The place that a group record holds in a preset row.
-constexpr ParamValue NoValue() { return ParamValue{}; }
+constexpr ParamValue NoValue() {
+  return ParamValue{};
+}
 
 inline constexpr ParamValue kOn = CheckValue(true);
 inline constexpr ParamValue kOff = CheckValue(false);
@@ -97,7 +99,8 @@ constexpr ParamDef ColorParam(const char* name, uint32_t word, PanelRect panel,
 }
 // A group opens with its label at (x, y), width -18 and height 30, and closes with the
 // same label, position 0, 0 and the size of its box.
-constexpr ParamDef GroupOpen(const char* name, int32_t x, int32_t y, const char* tooltip = nullptr) {
+constexpr ParamDef GroupOpen(const char* name, int32_t x, int32_t y,
+                             const char* tooltip = nullptr) {
   return {ParamGroup, name, NoValue(), 0, 0, {}, 0, {x, y, -18, 30}, tooltip};
 }
 constexpr ParamDef GroupClose(const char* name, int32_t width, int32_t height,
@@ -111,7 +114,8 @@ consteval bool TableIsWellFormed(std::span<const ParamDef> params,
                                  std::span<const PresetDef> presets) {
   auto fits = [](const char* text, int bytes) {
     int n = 0;
-    while (text[n] != '\0') ++n;
+    while (text[n] != '\0')
+      ++n;
     return n < bytes;
   };
   for (const ParamDef& p : params) {

@@ -1,11 +1,16 @@
 #include "core/effects_library.h"
 
+#include <new>
+
 #include "core/effect_registry.h"
+#include "core/frame_processor.h"
 #include "core/module.h"
 
 namespace vitrella {
 
-CVitrellaEffects3::CVitrellaEffects3() { LoadLanguageTable(LibraryModule(), kLanguageTableFile); }
+CVitrellaEffects3::CVitrellaEffects3() {
+  LoadLanguageTable(LibraryModule(), kLanguageTableFile);
+}
 
 Result CVitrellaEffects3::QueryInterface(const Guid& iid, void** out) {
   if (out == nullptr) return kPointerError;
@@ -21,7 +26,9 @@ Result CVitrellaEffects3::QueryInterface(const Guid& iid, void** out) {
   return kOk;
 }
 
-uint32_t CVitrellaEffects3::AddRef() { return refs_.fetch_add(1) + 1; }
+uint32_t CVitrellaEffects3::AddRef() {
+  return refs_.fetch_add(1) + 1;
+}
 
 uint32_t CVitrellaEffects3::Release() {
   const uint32_t left = refs_.fetch_sub(1) - 1;
@@ -29,20 +36,29 @@ uint32_t CVitrellaEffects3::Release() {
   return left;
 }
 
-const char* CVitrellaEffects3::GetLibraryName() { return kLibraryName; }
+const char* CVitrellaEffects3::GetLibraryName() {
+  return kLibraryName;
+}
 
 IVideoEffect* CVitrellaEffects3::CreateEffect(uint32_t index) {
   return CreateEffectByIndex(index);
 }
 
-// Help, the shared services, the frame processor and preset files arrive with the
-// settings, frame-processing and preset modules; until then these doors stay shut.
+// Help, the shared services and preset files arrive with the settings and preset
+// modules; until then these doors stay shut.
 void CVitrellaEffects3::ShowHelp(WindowHandle /*parent*/, int32_t /*topic*/) {}
 
-ISharedServices* CVitrellaEffects3::GetSharedServices() { return nullptr; }
+ISharedServices* CVitrellaEffects3::GetSharedServices() {
+  return nullptr;
+}
 
-IFrameProcessor* CVitrellaEffects3::CreateFrameProcessor() { return nullptr; }
+// The host owns the one reference that comes back; null only when memory ran out.
+IFrameProcessor* CVitrellaEffects3::CreateFrameProcessor() {
+  return new (std::nothrow) FrameProcessor();
+}
 
-IPresetSaver* CVitrellaEffects3::CreatePresetSaver() { return nullptr; }
+IPresetSaver* CVitrellaEffects3::CreatePresetSaver() {
+  return nullptr;
+}
 
 }  // namespace vitrella

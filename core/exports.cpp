@@ -15,4 +15,6 @@ VITRELLA_EXPORT vitrella::IEffectLibrary* GetEffectsLibrary() {
 
 // The library keeps no count of live objects: a host may unload it after its last
 // Release, and objects still alive then are the host's error.
-VITRELLA_EXPORT bool CanUnloadDLLNow() { return true; }
+VITRELLA_EXPORT bool CanUnloadDLLNow() {
+  return true;
+}

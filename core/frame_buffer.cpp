@@ -19,8 +19,8 @@ MemoryAllocator::~MemoryAllocator() {
   if (hostAllocator_ != nullptr) hostAllocator_->Release();
 }
 
-bool MemoryAllocator::Allocate(uint8_t** data, int32_t width, int32_t height,
-                               int32_t pixelBytes, int32_t* pitch) {
+bool MemoryAllocator::Allocate(uint8_t** data, int32_t width, int32_t height, int32_t pixelBytes,
+                               int32_t* pitch) {
   if (data == nullptr || pitch == nullptr || width < 1 || height < 1 || pixelBytes < 1) {
     return false;
   }
@@ -90,8 +90,8 @@ bool FrameBuffer::AttachHost(const HostFrame* frame) {
     Clear();
     return false;
   }
-  Attach(frame->data, frame->width, frame->height, frame->pitch, frame->pixelBytes,
-         frame->format, frame->flipped != 0);
+  Attach(frame->data, frame->width, frame->height, frame->pitch, frame->pixelBytes, frame->format,
+         frame->flipped != 0);
   return true;
 }
 
@@ -101,8 +101,8 @@ void FrameBuffer::AttachFrame(const FrameBuffer& other) {
          other.flipped != 0);
 }
 
-bool FrameBuffer::Allocate(int32_t w, int32_t h, int32_t bytesPerPixel,
-                           MemoryAllocator* memory, PixelFormat pixelFormat, bool upsideDown) {
+bool FrameBuffer::Allocate(int32_t w, int32_t h, int32_t bytesPerPixel, MemoryAllocator* memory,
+                           PixelFormat pixelFormat, bool upsideDown) {
   Clear();
   owned = 1;
   width = w;

@@ -20,8 +20,7 @@ class MemoryAllocator {
 
   // Writes the image's address and pitch; false for sizes below 1, a null out pointer,
   // or when no memory came back.
-  bool Allocate(uint8_t** data, int32_t width, int32_t height, int32_t pixelBytes,
-                int32_t* pitch);
+  bool Allocate(uint8_t** data, int32_t width, int32_t height, int32_t pixelBytes, int32_t* pitch);
   void Free(void* data);
   bool UsesHost() const { return hostAllocator_ != nullptr; }
 

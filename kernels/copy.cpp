@@ -6,8 +6,17 @@
 namespace vitrella::kernels {
 namespace {
 
+// Wide margins (a blur of 300 pixels has 152 on each side) are filled by doubling what
+// is already written: a handful of long copies instead of one short copy per pixel.
 void RepeatPixel(uint8_t* to, const uint8_t* pixel, int32_t count, int32_t pixelBytes) {
-  for (int32_t i = 0; i < count; ++i) std::memcpy(to + i * pixelBytes, pixel, pixelBytes);
+  if (count < 1) return;
+  const size_t total = static_cast<size_t>(count) * pixelBytes;
+  std::memcpy(to, pixel, pixelBytes);
+  for (size_t done = pixelBytes; done < total;) {
+    const size_t n = std::min(done, total - done);
+    std::memcpy(to + done, to, n);
+    done += n;
+  }
 }
 
 }  // namespace
@@ -21,7 +30,8 @@ Status CopyPixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
     std::memmove(dst.data, src.data, rowBytes * size.height);
     return kOk;
   }
-  for (int32_t y = 0; y < size.height; ++y) std::memmove(dst.Row(y), src.Row(y), rowBytes);
+  for (int32_t y = 0; y < size.height; ++y)
+    std::memmove(dst.Row(y), src.Row(y), rowBytes);
   return kOk;
 }
 
@@ -40,7 +50,8 @@ Status ReplicateBorder(ImageView frame, int32_t pixelBytes, int32_t left, int32_
                 pixelBytes);
   }
   const size_t rowBytes = static_cast<size_t>(frame.width) * pixelBytes;
-  for (int32_t y = 0; y < top; ++y) std::memcpy(frame.Row(y), frame.Row(top), rowBytes);
+  for (int32_t y = 0; y < top; ++y)
+    std::memcpy(frame.Row(y), frame.Row(top), rowBytes);
   const int32_t lastRow = top + innerHeight - 1;
   for (int32_t y = lastRow + 1; y < frame.height; ++y) {
     std::memcpy(frame.Row(y), frame.Row(lastRow), rowBytes);
@@ -59,6 +70,44 @@ Status CopyWithBorder(ConstImageView src, ImageView dst, int32_t pixelBytes, int
   if (Status s = CopyPixels(src, inner, pixelBytes); s != kOk) return s;
   return ReplicateBorder(dst, pixelBytes, left, top, dst.width - left - width,
                          dst.height - top - height);
+}
+
+Status ClearPixels(ImageView frame, int32_t pixelBytes) {
+  if (Status s = CheckView(frame); s != kOk) return s;
+  if (pixelBytes < 1) return kBadSize;
+  const size_t rowBytes = static_cast<size_t>(frame.width) * pixelBytes;
+  for (int32_t y = 0; y < frame.height; ++y)
+    std::memset(frame.Row(y), 0, rowBytes);
+  return kOk;
+}
+
+Status FlipRowsInPlace(ImageView frame, int32_t rowBytes) {
+  if (Status s = CheckView(frame); s != kOk) return s;
+  if (rowBytes < 1) return kBadSize;
+  uint8_t buffer[1024];
+  for (int32_t y = 0; y < frame.height / 2; ++y) {
+    uint8_t* a = frame.Row(y);
+    uint8_t* b = frame.Row(frame.height - 1 - y);
+    // In chunks through a small buffer: no allocation, whatever the row's length.
+    for (int32_t done = 0; done < rowBytes;) {
+      const int32_t n = std::min<int32_t>(rowBytes - done, sizeof(buffer));
+      std::memcpy(buffer, a + done, n);
+      std::memcpy(a + done, b + done, n);
+      std::memcpy(b + done, buffer, n);
+      done += n;
+    }
+  }
+  return kOk;
+}
+
+Status CopyRowsFlipped(ConstImageView src, ImageView dst, int32_t rowBytes) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (rowBytes < 1) return kBadSize;
+  const int32_t rows = std::min(src.height, dst.height);
+  for (int32_t y = 0; y < rows; ++y) {
+    std::memmove(dst.Row(rows - 1 - y), src.Row(y), static_cast<size_t>(rowBytes));
+  }
+  return kOk;
 }
 
 }  // namespace vitrella::kernels

@@ -20,4 +20,13 @@ Status ReplicateBorder(ImageView frame, int32_t pixelBytes, int32_t left, int32_
 Status CopyWithBorder(ConstImageView src, ImageView dst, int32_t pixelBytes, int32_t left,
                       int32_t top);
 
+// Sets every byte of the view's pixels to zero.
+Status ClearPixels(ImageView frame, int32_t pixelBytes);
+
+// Exchanges row i with row height - 1 - i over rowBytes bytes of each row.
+Status FlipRowsInPlace(ImageView frame, int32_t rowBytes);
+
+// Copies row i of src to row n - 1 - i of dst, n the smaller height, rowBytes per row.
+Status CopyRowsFlipped(ConstImageView src, ImageView dst, int32_t rowBytes);
+
 }  // namespace vitrella::kernels
