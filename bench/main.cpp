@@ -16,12 +16,15 @@ class RatioReporter : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+      if (run.error_occurred) continue;
+      // With repetitions the median stands for the operation, else the single run.
+      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+      if (run.run_type != Run::RT_Iteration && !median) continue;
       const std::string& name = run.run_name.function_name;  // without "/real_time"
       const size_t slash = name.rfind('/');
       if (slash == std::string::npos) continue;
-      // Real time per iteration in milliseconds, as registered.
-      times_[name.substr(0, slash)][name.substr(slash + 1)] = run.GetAdjustedRealTime();
+      double& time = times_[name.substr(0, slash)][name.substr(slash + 1)];
+      if (median || time == 0.0) time = run.GetAdjustedRealTime();  // ms, as registered
     }
   }
 
@@ -32,8 +35,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
       const auto ours = sides.find("ours");
       const auto opencv = sides.find("opencv");
       if (ours == sides.end() || opencv == sides.end()) continue;
-      std::printf("%-28s %12.3f %12.3f %8.2f\n", operation.c_str(), ours->second,
-                  opencv->second, ours->second / opencv->second);
+      std::printf("%-28s %12.3f %12.3f %8.2f\n", operation.c_str(), ours->second, opencv->second,
+                  ours->second / opencv->second);
     }
   }
 
