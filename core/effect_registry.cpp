@@ -3,6 +3,7 @@
 #include <new>
 
 #include "effects/edge_smoother.h"
+#include "effects/rolling_shutter.h"
 #include "vitrella/library.h"
 
 namespace vitrella {
@@ -24,7 +25,7 @@ constexpr EffectFactory kEffects[kEffectCount] = {
     nullptr,               // 4 Gradient Tint
     nullptr,               // 5 Image Mapper
     nullptr,               // 6 Proportion Helper
-    nullptr,               // 7 Rolling Shutter
+    &Make<CRollingShutterFixer>,  // 7 Rolling Shutter
     nullptr,               // 8 Split Screen
     nullptr,               // 9 Spotlight
 };

@@ -23,8 +23,8 @@ struct ParamDef {
   ParamValue defaultValue{};
   float minimum = 0.0f;  // sliders: the range shown
   float maximum = 0.0f;
-  std::initializer_list<const char*> choices{};  // choices: the entry texts
-  uint8_t groupClose = 0;                        // groups: 0 opens, 1 closes
+  std::span<const char* const> choices{};  // choices: the entry texts, an array of the effect's
+  uint8_t groupClose = 0;                  // groups: 0 opens, 1 closes
   PanelRect panel{};
   const char* tooltip = nullptr;  // null: no tooltip
 };
@@ -85,7 +85,9 @@ constexpr ParamDef SliderParam(const char* name, float minimum, float maximum, f
 constexpr ParamDef CheckParam(const char* name, bool on, PanelRect panel, const char* tooltip) {
   return {ParamCheck, name, CheckValue(on), 0, 0, {}, 0, panel, tooltip};
 }
-constexpr ParamDef ChoiceParam(const char* name, std::initializer_list<const char*> choices,
+// The entry texts live in a named constant array: a braced list here would end with the
+// call that builds the table.
+constexpr ParamDef ChoiceParam(const char* name, std::span<const char* const> choices,
                                int32_t index, PanelRect panel, const char* tooltip) {
   return {ParamChoice, name, ChoiceValue(index), 0, 0, choices, 0, panel, tooltip};
 }

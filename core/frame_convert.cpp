@@ -76,18 +76,26 @@ bool ToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
   if (!IsFourChannel(src) || !IsConsistent(dst)) return false;
   if (dst.format != PixelFormat8Gray && dst.format != PixelFormat32FGray) return false;
   if (src.width <= dst.width && src.height <= dst.height) return GrayOfCommonExtent(src, dst);
+  return ScaleToGray(src, dst, memory, interpolation);
+}
+
+bool ScaleToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
+                 int32_t interpolation) {
+  if (!IsFourChannel(src) || !IsConsistent(dst)) return false;
+  if (dst.format != PixelFormat8Gray && dst.format != PixelFormat32FGray) return false;
+  if (src.width == dst.width && src.height == dst.height) return GrayOfCommonExtent(src, dst);
   // Gray is a weighted sum and every interpolation a weighted mean, so scaling the colour
   // picture first gives the gray of the scaled picture with one pass over the large one
   // and a scratch frame only of the destination's size.
-  FrameBuffer reduced;
-  if (!reduced.Allocate(dst.width, dst.height, src.pixelBytes, memory, src.format, false)) {
+  FrameBuffer scaled;
+  if (!scaled.Allocate(dst.width, dst.height, src.pixelBytes, memory, src.format, false)) {
     return false;
   }
   const double xFactor = static_cast<double>(dst.width) / static_cast<double>(src.width);
   const double yFactor = static_cast<double>(dst.height) / static_cast<double>(src.height);
-  return ResizeRect(src, FrameRect{0, 0, src.width, src.height}, reduced, xFactor, yFactor,
+  return ResizeRect(src, FrameRect{0, 0, src.width, src.height}, scaled, xFactor, yFactor,
                     interpolation) &&
-         GrayOfCommonExtent(reduced, dst);
+         GrayOfCommonExtent(scaled, dst);
 }
 
 }  // namespace vitrella

@@ -25,5 +25,8 @@ bool ConvertByteToFloat(const FrameBuffer& src, FrameBuffer& dst);
 // when null).
 bool ToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
             int32_t interpolation);
+// The gray of the whole source scaled onto the whole destination, whatever their sizes.
+bool ScaleToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
+                 int32_t interpolation);
 
 }  // namespace vitrella

@@ -15,8 +15,7 @@ namespace {
 enum Param : uint32_t { kStrength = 0, kShowChanged = 1, kSoftenLines = 2 };
 
 constexpr ParamDef kParams[] = {
-    SliderParam("Strength", 0, 100, 0.605f, {0, 0, 48, 30},
-                "Adjusts how much of edge is smoothed"),
+    SliderParam("Strength", 0, 100, 0.605f, {0, 0, 48, 30}, "Adjusts how much of edge is smoothed"),
     CheckParam("Show changed pixels", false, {66, 0, 130, 10}, "Highlights area impacted"),
     CheckParam("Soften straight lines", false, {66, 30, 130, 10}, "Use if lines appears uneven"),
 };
@@ -44,9 +43,8 @@ class StepSearch {
  public:
   using Tolerance = std::conditional_t<std::is_same_v<T, uint8_t>, int32_t, float>;
 
-  StepSearch(const FrameBuffer& bordered, const FrameBuffer& dst, int32_t width,
-             int32_t height, const PixelLayout& layout, Tolerance tolerance, bool showChanged,
-             bool softenLines)
+  StepSearch(const FrameBuffer& bordered, const FrameBuffer& dst, int32_t width, int32_t height,
+             const PixelLayout& layout, Tolerance tolerance, bool showChanged, bool softenLines)
       : bordered_(bordered),
         dst_(dst),
         width_(width),
@@ -162,8 +160,10 @@ class StepSearch {
         int32_t up = std::max(CountRun(centre, left, 2, 0), CountRun(centre, right, 2, 0));
         int32_t down = std::max(CountRun(centre, left, 3, 5), CountRun(centre, right, 3, 5));
         if (up != 0 && down != 0) {
-          for (int32_t i = 1; i <= up; ++i) Mark(at(outer, inner - i));
-          for (int32_t i = 0; i < down; ++i) Mark(at(outer, inner + i));
+          for (int32_t i = 1; i <= up; ++i)
+            Mark(at(outer, inner - i));
+          for (int32_t i = 0; i < down; ++i)
+            Mark(at(outer, inner + i));
         } else {
           up = down = 0;
           if (softenLines_ && !Matches(Source(at(outer - 1, inner)), running_) &&
@@ -171,7 +171,8 @@ class StepSearch {
               !Matches(Source(at(outer + 1, inner)), running_) &&
               !DiffersInAll(Source(at(outer + 1, inner - 1)), running_)) {
             // The line runs straight through here: soften the three cells before it.
-            for (int lane = -1; lane <= 1; ++lane) Mark(at(outer + lane, inner - 1));
+            for (int lane = -1; lane <= 1; ++lane)
+              Mark(at(outer + lane, inner - 1));
           }
         }
         if (down == 0) {
@@ -250,12 +251,11 @@ bool CEdgeSmoother::Render(IEffectHost* host, const HostFrame* source, uintptr_t
   if (kernels::CopyPixels(inner, dst.View(), src.pixelBytes) != kernels::kOk) return false;
 
   if (layout.isFloat) {
-    StepSearch<float>(bordered, dst, width, height, layout, threshold * 0.003921569f,
-                      showChanged, softenLines)
+    StepSearch<float>(bordered, dst, width, height, layout, threshold * 0.003921569f, showChanged,
+                      softenLines)
         .Run();
   } else {
-    StepSearch<uint8_t>(bordered, dst, width, height, layout, threshold, showChanged,
-                        softenLines)
+    StepSearch<uint8_t>(bordered, dst, width, height, layout, threshold, showChanged, softenLines)
         .Run();
   }
   return true;

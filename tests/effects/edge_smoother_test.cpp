@@ -54,7 +54,8 @@ Picture Reference(Picture src, int threshold, bool show, bool soften) {
       int sum = 0;
       const int k[3] = {1, 2, 1};
       for (int dy = -1; dy <= 1; ++dy) {
-        for (int dx = -1; dx <= 1; ++dx) sum += k[dx + 1] * k[dy + 1] * S(x + dx, y + dy)[i];
+        for (int dx = -1; dx <= 1; ++dx)
+          sum += k[dx + 1] * k[dy + 1] * S(x + dx, y + dy)[i];
       }
       out[i] = (sum + ((sum >> 4) & 1) + 7) >> 4;
     }
@@ -89,8 +90,10 @@ Picture Reference(Picture src, int threshold, bool show, bool soften) {
       int U = std::max(runs(centre, left, 2, 0, -1), runs(centre, right, 2, 0, -1));
       int D = std::max(runs(centre, left, 3, 5, 1), runs(centre, right, 3, 5, 1));
       if (U && D) {
-        for (int i = 1; i <= U; ++i) mark(x, y - i);
-        for (int i = 0; i < D; ++i) mark(x, y + i);
+        for (int i = 1; i <= U; ++i)
+          mark(x, y - i);
+        for (int i = 0; i < D; ++i)
+          mark(x, y + i);
       } else {
         U = D = 0;
         if (soften && !match(S(x - 1, y), P) && !differsAll(S(x - 1, y - 1), P) &&
@@ -126,8 +129,10 @@ Picture Reference(Picture src, int threshold, bool show, bool soften) {
       int U = std::max(runs(centre, left, 2, 0, -1), runs(centre, right, 2, 0, -1));
       int D = std::max(runs(centre, left, 3, 5, 1), runs(centre, right, 3, 5, 1));
       if (U && D) {
-        for (int i = 1; i <= U; ++i) mark(x - i, y);
-        for (int i = 0; i < D; ++i) mark(x + i, y);
+        for (int i = 1; i <= U; ++i)
+          mark(x - i, y);
+        for (int i = 0; i < D; ++i)
+          mark(x + i, y);
       } else {
         U = D = 0;
         if (soften && !match(S(x, y - 1), P) && !differsAll(S(x - 1, y - 1), P) &&
@@ -156,7 +161,9 @@ Picture Reference(Picture src, int threshold, bool show, bool soften) {
 Picture BlockyPicture(int w, int h, uint32_t seed) {
   std::mt19937 random(seed);
   const int levels[4] = {0, 64, 128, 255};
-  auto colour = [&] { return Rgb{levels[random() % 4], levels[random() % 4], levels[random() % 4]}; };
+  auto colour = [&] {
+    return Rgb{levels[random() % 4], levels[random() % 4], levels[random() % 4]};
+  };
   Picture p{w, h, std::vector<Rgb>(static_cast<size_t>(w) * h, colour())};
   for (int shape = 0; shape < 6; ++shape) {
     const Rgb c = colour();
@@ -175,7 +182,9 @@ Picture BlockyPicture(int w, int h, uint32_t seed) {
 }
 
 // The frame's memory row m holds picture row m, whatever the orientation.
-int HostRowOf(const TestFrame& f, int m, bool bottomUp) { return bottomUp ? f.Height() - 1 - m : m; }
+int HostRowOf(const TestFrame& f, int m, bool bottomUp) {
+  return bottomUp ? f.Height() - 1 - m : m;
+}
 
 void Store(TestFrame& f, const Picture& p, bool bottomUp, int alphaSeed) {
   std::mt19937 random(alphaSeed);
@@ -276,7 +285,8 @@ TEST_P(EdgeSmootherFormats, FlatFramesStayFlatAtEveryStrength) {
   for (const Rgb colour : {Rgb{37, 200, 90}, Rgb{0, 0, 0}, Rgb{0, 255, 128}}) {
     TestFrame src(20, 16, format, 0, bottomUp);
     for (int y = 0; y < 16; ++y) {
-      for (int x = 0; x < 20; ++x) src.SetRgba(x, y, colour[0], colour[1], colour[2], 77);
+      for (int x = 0; x < 20; ++x)
+        src.SetRgba(x, y, colour[0], colour[1], colour[2], 77);
     }
     TestFrame dst(20, 16, format, 0, bottomUp);
     for (float strength : {0.0f, 0.3f, 0.605f, 1.0f}) {
@@ -306,7 +316,8 @@ TEST_P(EdgeSmootherFormats, MarksAOnePixelStairAlongItsDiagonalOnly) {
   const int n = 32;
   TestFrame src(n, n, format, 0, bottomUp);
   for (int y = 0; y < n; ++y) {
-    for (int x = 0; x < n; ++x) src.SetRgba(x, y, x > y ? 255 : 0, x > y ? 255 : 0, x > y ? 255 : 0, 200);
+    for (int x = 0; x < n; ++x)
+      src.SetRgba(x, y, x > y ? 255 : 0, x > y ? 255 : 0, x > y ? 255 : 0, 200);
   }
   TestFrame dst(n, n, format, 0, bottomUp);
   ASSERT_TRUE(Render(src, dst, Params(1.0f, true, false)));
