@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "core/frame_ops.h"
+#include "kernels/channels.h"
 #include "kernels/copy.h"
 #include "kernels/linear_filter.h"
 
@@ -40,26 +41,6 @@ bool Usable(const FrameBuffer& frame) {
   const int32_t bytes = FormatPixelBytes(frame.format);
   return frame.data != nullptr && bytes != 0 && frame.pixelBytes == bytes &&
          int64_t{frame.pitch} >= int64_t{frame.width} * bytes;
-}
-
-// A source of format 1 or 4 entering a frame of format 0 or 3: each pixel's four channels
-// in reverse order.
-void ReverseFourChannels(kernels::ImageView view, int32_t pixelBytes) {
-  for (int32_t y = 0; y < view.height; ++y) {
-    uint8_t* row = view.Row(y);
-    for (int32_t x = 0; x < view.width; ++x) {
-      uint8_t* pixel = row + static_cast<ptrdiff_t>(x) * pixelBytes;
-      if (pixelBytes == 4) {
-        std::swap(pixel[0], pixel[3]);
-        std::swap(pixel[1], pixel[2]);
-      } else {
-        float channels[4];
-        std::memcpy(channels, pixel, sizeof(channels));
-        std::reverse(channels, channels + 4);
-        std::memcpy(pixel, channels, sizeof(channels));
-      }
-    }
-  }
 }
 
 // Repeats the edges of the part (x, y, w, h) of a frame over the part's own margins, in
@@ -134,7 +115,9 @@ bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float size
   if (kernels::CopyPixels(src.View(), picture, bytes) != kernels::kOk) return false;
   if ((src.format == PixelFormat8ARGB && dst.format == PixelFormat8BGRA) ||
       (src.format == PixelFormat32FARGB && dst.format == PixelFormat32FBGRA)) {
-    ReverseFourChannels(picture, bytes);
+    const kernels::Status reversed = bytes == 4 ? kernels::ReverseChannels8u_C4(picture, picture)
+                                                : kernels::ReverseChannels32f_C4(picture, picture);
+    if (reversed != kernels::kOk) return false;
   }
 
   // The margins repeat the picture's edges, but from two pixels inside them: the outer two
