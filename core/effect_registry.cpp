@@ -4,6 +4,7 @@
 
 #include "effects/edge_smoother.h"
 #include "effects/rolling_shutter.h"
+#include "effects/spotlight.h"
 #include "vitrella/library.h"
 
 namespace vitrella {
@@ -18,16 +19,16 @@ IVideoEffect* Make() {
 
 // One explicit entry per index. An effect that is not built yet answers null.
 constexpr EffectFactory kEffects[kEffectCount] = {
-    nullptr,               // 0 Auto Contrast
-    nullptr,               // 1 Diffusion
-    nullptr,               // 2 Dual Booster
-    &Make<CEdgeSmoother>,  // 3 Edge Smoother
-    nullptr,               // 4 Gradient Tint
-    nullptr,               // 5 Image Mapper
-    nullptr,               // 6 Proportion Helper
+    nullptr,                      // 0 Auto Contrast
+    nullptr,                      // 1 Diffusion
+    nullptr,                      // 2 Dual Booster
+    &Make<CEdgeSmoother>,         // 3 Edge Smoother
+    nullptr,                      // 4 Gradient Tint
+    nullptr,                      // 5 Image Mapper
+    nullptr,                      // 6 Proportion Helper
     &Make<CRollingShutterFixer>,  // 7 Rolling Shutter
-    nullptr,               // 8 Split Screen
-    nullptr,               // 9 Spotlight
+    nullptr,                      // 8 Split Screen
+    &Make<CSpotlight>,            // 9 Spotlight
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "core/effect_registry.h"
 #include "core/frame_processor.h"
 #include "core/module.h"
+#include "core/preset_saver.h"
 
 namespace vitrella {
 
@@ -44,8 +45,8 @@ IVideoEffect* CVitrellaEffects3::CreateEffect(uint32_t index) {
   return CreateEffectByIndex(index);
 }
 
-// Help, the shared services and preset files arrive with the settings and preset
-// modules; until then these doors stay shut.
+// Help and the shared services arrive with the settings module; until then these doors
+// stay shut.
 void CVitrellaEffects3::ShowHelp(WindowHandle /*parent*/, int32_t /*topic*/) {}
 
 ISharedServices* CVitrellaEffects3::GetSharedServices() {
@@ -57,8 +58,9 @@ IFrameProcessor* CVitrellaEffects3::CreateFrameProcessor() {
   return new (std::nothrow) FrameProcessor();
 }
 
+// The host owns the one reference that comes back; null only when memory ran out.
 IPresetSaver* CVitrellaEffects3::CreatePresetSaver() {
-  return nullptr;
+  return new (std::nothrow) CPresetSaver();
 }
 
 }  // namespace vitrella

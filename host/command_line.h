@@ -10,11 +10,17 @@
 
 namespace vitrella::host {
 
-enum class Command { kHelp, kList, kRender };
+enum class Command { kHelp, kList, kRender, kPresetSave, kPresetLoad };
 
 struct ParamSetting {
   std::string param;  // index or label, resolved against the effect later
   std::string value;
+};
+
+// Frames `first` to `last` of a clip, counted from 0; without `last`, to the clip's end.
+struct FrameRange {
+  int64_t first = 0;
+  std::optional<int64_t> last;
 };
 
 struct RenderOptions {
@@ -23,16 +29,28 @@ struct RenderOptions {
   std::vector<ParamSetting> settings;  // in the order given; a later one wins
   PixelFormat format = PixelFormat8BGRA;
   bool bottomUp = false;
+  bool gpu = false;  // through the effect's GPU path on an EGL context
   uint16_t fieldMode = kFieldModeFrame;
   std::optional<double> pixelAspect;
   std::optional<std::string> input;  // the built-in picture when absent
   std::string output;
+  // For clips only.
+  std::optional<FrameRange> frames;  // the whole clip when absent
+  std::optional<double> rate;        // over the clip's own frame rate
+  std::optional<unsigned> threads;   // the processor's when absent
+  bool serveFrames = true;           // GetFrame serves the clip's frames
+  bool quiet = false;                // no progress bar, no summary
+  // A render starts from this preset file's values; `preset save` and `preset load`,
+  // which take the effect, preset and settings as a render does, write or read it.
+  std::optional<std::string> presetFile;
 };
 
 struct CommandLine {
   Command command = Command::kHelp;
   std::string library;  // empty: the library beside the executable
   bool json = false;    // list
+  // The library's dialogs in this language.
+  std::optional<std::string> language;
   RenderOptions render;
 };
 

@@ -1,8 +1,11 @@
 #include "effect_host.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+
+#include "frame_server.h"
 
 namespace vitrella::host {
 namespace {
@@ -20,8 +23,11 @@ uint32_t NextInstanceKey() {
   return next.fetch_add(1);
 }
 
-EffectHost::EffectHost(std::vector<ParamValue> values, uint32_t instanceKey)
-    : values_(std::move(values)), instanceKey_(instanceKey) {}
+EffectHost::EffectHost(std::vector<ParamValue> values, uint32_t instanceKey, FrameServer* frames)
+    : values_(std::move(values)), instanceKey_(instanceKey), frames_(frames) {}
+
+// Frames that an effect never gave back go with the host object.
+EffectHost::~EffectHost() = default;
 
 Result EffectHost::QueryInterface(const Guid& iid, void** out) {
   if (out == nullptr) return kPointerError;
@@ -52,20 +58,39 @@ int32_t EffectHost::GetParamValue(uint32_t index, void* value, ParamKind /*kind*
   return 1;
 }
 
-void* EffectHost::GetFrame(const RenderInfo* /*which*/, HostFrame* /*frame*/) {
-  // Single pictures have no neighbouring frames to offer.
-  return nullptr;
+void* EffectHost::GetFrame(const RenderInfo* which, HostFrame* frame) {
+  // A single picture, or a clip rendered without serving frames, has none to offer.
+  if (frames_ == nullptr || which == nullptr || frame == nullptr) return nullptr;
+  // The effect names the frame by its number; when it trusts only the time it has already
+  // worked the number out from the time and the rate.
+  std::unique_ptr<OwnedFrame> fetched = frames_->Frame(which->frameNumber);
+  if (!fetched) return nullptr;
+  OwnedFrame* handle = fetched.get();
+  try {
+    const std::lock_guard lock(lentMutex_);
+    lent_.push_back(std::move(fetched));
+  } catch (...) {
+    return nullptr;  // no exception crosses into the library
+  }
+  *frame = handle->record();
+  return handle;
 }
 
-int32_t EffectHost::ReleaseFrame(void* /*handle*/, HostFrame* /*frame*/) {
-  return 0;
+int32_t EffectHost::ReleaseFrame(void* handle, HostFrame* /*frame*/) {
+  const std::lock_guard lock(lentMutex_);
+  // A handle that this host did not lend, or lent and got back already, is ignored.
+  const auto found = std::find_if(lent_.begin(), lent_.end(),
+                                  [&](const auto& lent) { return lent.get() == handle; });
+  if (found == lent_.end()) return 0;
+  lent_.erase(found);
+  return 1;
 }
 
 HostInfo* EffectHost::GetHostInfo(HostInfo* info) {
   if (info == nullptr) return nullptr;
   std::memset(info, 0, sizeof(HostInfo));
   info->hostName = kHostName;
-  info->hostFlags = 0;  // GetFrame serves nothing
+  info->hostFlags = frames_ != nullptr ? kHostServesGetFrame : 0;
   info->instanceKey = instanceKey_;
   return info;
 }

@@ -4,23 +4,31 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 #include "vitrella/effect.h"
 
 namespace vitrella::host {
 
+class FrameServer;
+class OwnedFrame;
+
 // A number for a new effect instance, different for every instance in this process.
 uint32_t NextInstanceKey();
 
 // Lives on the host's stack for the length of a render; Release never deletes, so an
-// effect that keeps a reference too long cannot free the host's object.
+// effect that keeps a reference too long cannot free the host's object. A clip renders
+// with one of these per thread, all with the same instance key.
 class EffectHost final : public IEffectHost, public IHostAllocator {
  public:
-  // values: one per parameter record, in index order.
-  EffectHost(std::vector<ParamValue> values, uint32_t instanceKey);
+  // values: one per parameter record, in index order. frames: the clip whose frames
+  // GetFrame serves, which then says so in hostFlags; null serves nothing.
+  EffectHost(std::vector<ParamValue> values, uint32_t instanceKey, FrameServer* frames = nullptr);
   EffectHost(const EffectHost&) = delete;
   EffectHost& operator=(const EffectHost&) = delete;
+  ~EffectHost();
 
   Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override;
   uint32_t VITRELLA_CALL AddRef() override;
@@ -38,7 +46,10 @@ class EffectHost final : public IEffectHost, public IHostAllocator {
  private:
   std::vector<ParamValue> values_;
   uint32_t instanceKey_;
+  FrameServer* frames_;
   std::atomic<uint32_t> references_{1};
+  std::mutex lentMutex_;
+  std::vector<std::unique_ptr<OwnedFrame>> lent_;  // handed out by GetFrame, not yet back
 };
 
 }  // namespace vitrella::host

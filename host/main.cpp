@@ -10,6 +10,7 @@
 #include "command_line.h"
 #include "host_error.h"
 #include "list_command.h"
+#include "preset_command.h"
 #include "render_command.h"
 
 namespace {
@@ -31,6 +32,7 @@ std::string OneLine(const char* message) {
 int Run(const std::vector<std::string>& args) {
   using namespace vitrella::host;
   const CommandLine line = ParseCommandLine(args);
+  int status = 0;
   switch (line.command) {
     case Command::kHelp:
       std::cout << UsageText();
@@ -41,10 +43,16 @@ int Run(const std::vector<std::string>& args) {
     case Command::kRender:
       RunRender(line);
       break;
+    case Command::kPresetSave:
+      status = RunPresetSave(line, std::cout);
+      break;
+    case Command::kPresetLoad:
+      status = RunPresetLoad(line, std::cout);
+      break;
   }
   std::cout.flush();
   if (!std::cout) throw HostError("cannot write to standard output");
-  return 0;
+  return status;
 }
 
 }  // namespace

@@ -4,23 +4,47 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <mutex>
 
 namespace vitrella::host {
+namespace {
+
+// Standard error is one per process while a clip decodes and encodes on several threads,
+// so all holders share one redirection: the first one in sends it away and the last one
+// out brings it back. Separate redirections would restore each other's sink.
+struct Redirection {
+  std::mutex mutex;
+  int holders = 0;
+  int saved = -1;
+};
+
+Redirection& SharedRedirection() {
+  static Redirection redirection;
+  return redirection;
+}
+
+}  // namespace
 
 QuietStderr::QuietStderr() {
+  Redirection& shared = SharedRedirection();
+  const std::lock_guard lock(shared.mutex);
+  if (shared.holders++ > 0) return;
   std::fflush(stderr);
   const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (sink < 0) return;
-  saved_ = dup(STDERR_FILENO);
-  if (saved_ >= 0) dup2(sink, STDERR_FILENO);
+  shared.saved = dup(STDERR_FILENO);
+  if (shared.saved >= 0) dup2(sink, STDERR_FILENO);
   close(sink);
 }
 
 QuietStderr::~QuietStderr() {
-  if (saved_ < 0) return;
+  Redirection& shared = SharedRedirection();
+  const std::lock_guard lock(shared.mutex);
+  if (--shared.holders > 0 || shared.saved < 0) return;
   std::fflush(stderr);
-  dup2(saved_, STDERR_FILENO);
-  close(saved_);
+  dup2(shared.saved, STDERR_FILENO);
+  close(shared.saved);
+  shared.saved = -1;
 }
 
 }  // namespace vitrella::host

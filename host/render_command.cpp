@@ -1,13 +1,21 @@
 #include "render_command.h"
 
+#include <filesystem>
+#include <iostream>
+
 #include "builtin_picture.h"
+#include "clip_names.h"
+#include "clip_render.h"
+#include "clip_writer.h"
 #include "effect_catalog.h"
 #include "effect_host.h"
+#include "gpu_render.h"
 #include "host_error.h"
 #include "host_frames.h"
 #include "library_loader.h"
 #include "param_text.h"
 #include "picture_io.h"
+#include "preset_command.h"
 
 namespace vitrella::host {
 namespace {
@@ -28,24 +36,61 @@ uint32_t FindPreset(IVideoEffect& effect, const std::string& effectName, const s
                    (known.empty() ? "it has no presets" : "presets: " + known));
 }
 
-RenderInfo MakeRenderInfo(const RenderOptions& options) {
+// A clip renders into a clip and a picture into a picture; the clip options belong to
+// clips alone. Returns whether this render is a clip's.
+bool IsClipRender(const RenderOptions& options) {
+  const bool clipIn = options.input && IsClipName(*options.input);
+  const bool clipOut = IsClipName(options.output);
+  if (clipIn && !clipOut) {
+    throw UsageError("the clip " + *options.input + " renders into a clip, not into " +
+                     options.output + ": name a video file or a pattern such as out/%04d.png");
+  }
+  if (!clipIn && clipOut) {
+    throw UsageError(
+        std::string(options.input ? "the picture " + *options.input : "the built-in picture") +
+        " renders into a picture file, not into the clip " + options.output);
+  }
+  if (clipIn && ParseFramePattern(options.output) &&
+      std::filesystem::absolute(*options.input).lexically_normal() ==
+          std::filesystem::absolute(options.output).lexically_normal()) {
+    // Earlier frames may still be read from the clip while later ones are written.
+    throw UsageError("the clip " + options.output + " cannot be rendered over itself");
+  }
+  if (!clipIn) {
+    const char* clipOption = options.frames         ? "--frames"
+                             : options.rate         ? "--rate"
+                             : options.threads      ? "--threads"
+                             : !options.serveFrames ? "--no-get-frame"
+                             : options.quiet        ? "--quiet"
+                                                    : nullptr;
+    if (clipOption != nullptr) {
+      throw UsageError(std::string("option ") + clipOption +
+                       " applies to clips only: a video file or a pattern such as "
+                       "frames/%04d.png");
+    }
+  }
+  return clipIn;
+}
+
+}  // namespace
+
+RenderInfo MakeRenderInfo(const RenderOptions& options, int32_t frameNumber, double frameRate) {
   RenderInfo info{};
-  info.time = 0.0;
-  info.frameNumber = 0;
-  info.frameRate = kFrameRate;
+  info.time = frameNumber / frameRate;
+  info.frameNumber = frameNumber;
+  info.frameRate = frameRate;
   info.fieldMode = options.fieldMode;
   info.pixelAspect = options.pixelAspect.value_or(1.0);
   if (options.pixelAspect) info.infoFlags |= kInfoPixelAspectValid;
   return info;
 }
 
-}  // namespace
-
 std::vector<ParamValue> ChooseValues(IVideoEffect& effect, const std::vector<ParamInfo>& params,
                                      const RenderOptions& options) {
   std::vector<ParamValue> values;
   values.reserve(params.size());
-  for (const ParamInfo& info : params) values.push_back(info.defaultValue);
+  for (const ParamInfo& info : params)
+    values.push_back(info.defaultValue);
   if (options.preset) {
     const uint32_t preset = FindPreset(effect, EffectName(effect), *options.preset);
     for (uint32_t i = 0; i < params.size(); ++i) {
@@ -64,23 +109,42 @@ std::vector<ParamValue> ChooseValues(IVideoEffect& effect, const std::vector<Par
 
 void RunRender(const CommandLine& line) {
   const RenderOptions& options = line.render;
+  const bool clip = IsClipRender(options);
   // A name no codec can write is refused before any work.
-  CheckPictureWriter(options.output);
+  if (clip) {
+    CheckClipWriter(options.output);
+  } else {
+    CheckPictureWriter(options.output);
+  }
 
   const LibraryLoader loader(line.library.empty() ? DefaultLibraryPath() : line.library);
   ComRef<IEffectLibrary> library = loader.CreateLibrary();
   FoundEffect found = FindEffect(*library, options.effect);
-  EffectHost host(ChooseValues(*found.effect, ReadParams(*found.effect), options),
-                  NextInstanceKey());
+  std::vector<ParamValue> values =
+      options.presetFile ? PresetFileValues(*library, found, options, line.language)
+                         : ChooseValues(*found.effect, ReadParams(*found.effect), options);
+  if (clip && options.gpu) throw UsageError("option --gpu renders pictures only, not clips");
+  if (clip) {
+    const ClipSummary summary = RenderClip(*found.effect, found.name, values, options);
+    if (!options.quiet) std::cerr << SummaryText(summary) << "\n";
+    return;
+  }
+  EffectHost host(std::move(values), NextInstanceKey());
 
   const cv::Mat picture = options.input ? ReadPicture(*options.input) : BuiltinPicture();
   // Top-down memory goes over with `flipped` set; bottom-up memory with it clear.
   OwnedFrame source = PictureToFrame(
       picture, options.format, options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst);
   OwnedFrame destination = FrameLike(source.record());
-  const RenderInfo info = MakeRenderInfo(options);
+  const RenderInfo info = MakeRenderInfo(options, 0, kFrameRate);
 
-  if (!found.effect->Render(&host, &source.record(), 0, &destination.record(), &info)) {
+  if (options.gpu) {
+    std::string reason;
+    const std::unique_ptr<EglServices> services = CreateEglServices(&reason);
+    if (services == nullptr) throw HostError("no OpenGL context for --gpu: " + reason);
+    RenderOnGpu(*services, *found.effect, host, source.record(), destination.record(), info,
+                found.name);
+  } else if (!found.effect->Render(&host, &source.record(), 0, &destination.record(), &info)) {
     throw HostError("the effect " + found.name + " did not render the picture (" +
                     std::to_string(picture.cols) + "x" + std::to_string(picture.rows) + ", " +
                     std::string(FormatName(options.format)) + ")");

@@ -19,5 +19,7 @@ std::u16string ModuleFileName(ModuleHandle module);
 
 // The platform's path separator.
 inline constexpr char16_t kPathSeparator = u'/';
+// How the file name of a loadable module ends.
+inline constexpr char16_t kModuleSuffix[] = u".so";
 
 }  // namespace vitrella::platform

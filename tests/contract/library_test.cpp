@@ -64,10 +64,11 @@ TEST_F(LoadedLibrary, AnswersOnlyItsOwnInterfaces) {
   EXPECT_EQ(library_->Release(), 2u);  // the two references taken above
   EXPECT_EQ(library_->Release(), 1u);
 
-  // Without a language table the library speaks English and offers no IMultiLingual.
-  out = &out;
-  EXPECT_EQ(library_->QueryInterface(kIID_IMultiLingual, &out), kNoInterface);
-  EXPECT_EQ(out, nullptr);
+  // The build puts the language module and its table beside the library, so it offers
+  // IMultiLingual; without them it would not (tests/language).
+  ASSERT_EQ(library_->QueryInterface(kIID_IMultiLingual, &out), kOk);
+  EXPECT_NE(out, nullptr);
+  EXPECT_EQ(static_cast<IMultiLingual*>(out)->Release(), 1u);
   out = &out;
   EXPECT_EQ(library_->QueryInterface(kSomeOtherInterface, &out), kNoInterface);
   EXPECT_EQ(out, nullptr);
@@ -92,8 +93,16 @@ TEST_F(LoadedLibrary, WalksTheEffectTableUpToTheFirstNull) {
 
 TEST_F(LoadedLibrary, DoorsThatAreNotBuiltStayShut) {
   EXPECT_EQ(library_->GetSharedServices(), nullptr);
-  EXPECT_EQ(library_->CreatePresetSaver(), nullptr);
   library_->ShowHelp(nullptr, 300);  // does nothing, and must not crash
+}
+
+TEST_F(LoadedLibrary, MakesANewPresetSaverEachCall) {
+  IPresetSaver* saver = library_->CreatePresetSaver();
+  ASSERT_NE(saver, nullptr);
+  IPresetSaver* another = library_->CreatePresetSaver();
+  EXPECT_NE(another, saver);
+  EXPECT_EQ(another->Release(), 0u);
+  EXPECT_EQ(saver->Release(), 0u);
 }
 
 TEST_F(LoadedLibrary, EffectsOutliveTheLibraryAndNeverBlockUnloading) {

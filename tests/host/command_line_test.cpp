@@ -46,6 +46,29 @@ TEST(CommandLine, RenderDefaultsToTheBuiltInPictureAndAWholeFrame) {
   EXPECT_TRUE(line.library.empty());
 }
 
+TEST(CommandLine, ReadsTheClipOptions) {
+  const CommandLine line =
+      ParseCommandLine({"render", "--effect", "3", "--frames", "5-", "--rate=12.5", "--threads",
+                        "4", "--no-get-frame", "--quiet", "in.avi", "out.avi"});
+  const RenderOptions& render = line.render;
+  ASSERT_TRUE(render.frames);
+  EXPECT_EQ(render.frames->first, 5);
+  EXPECT_FALSE(render.frames->last);
+  EXPECT_EQ(render.rate, 12.5);
+  EXPECT_EQ(render.threads, 4u);
+  EXPECT_FALSE(render.serveFrames);
+  EXPECT_TRUE(render.quiet);
+
+  const RenderOptions defaults =
+      ParseCommandLine({"render", "--effect", "3", "--frames", "0-0", "in.avi", "out.avi"}).render;
+  EXPECT_EQ(defaults.frames->first, 0);
+  EXPECT_EQ(defaults.frames->last, 0);
+  EXPECT_FALSE(defaults.rate);
+  EXPECT_FALSE(defaults.threads);
+  EXPECT_TRUE(defaults.serveFrames);
+  EXPECT_FALSE(defaults.quiet);
+}
+
 TEST(CommandLine, HelpInEveryPlace) {
   for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
            {"help"}, {"--help"}, {"-h"}, {"render", "--help"}, {"list", "-h"}}) {
@@ -71,6 +94,14 @@ TEST(CommandLine, RefusesMistakes) {
       {"render", "--effect", "3", "--effect", "4", "out.png"},
       {"render", "--effect", "3", "--brightness", "out.png"},
       {"render", "out.png", "--effect"},
+      {"render", "--effect", "3", "--frames", "7-3", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--frames", "-3", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--frames", "3", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--frames", "1-2-3", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--frames", "0-1", "--frames", "2-3", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--rate", "0", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--threads", "300", "in.avi", "out.avi"},
+      {"render", "--effect", "3", "--no-get-frame=yes", "in.avi", "out.avi"},
   };
   for (const std::vector<std::string>& args : mistakes) {
     std::string joined;

@@ -6,6 +6,8 @@
 #include <limits>
 
 #include "host/effect_host.h"
+#include "host/frame_server.h"
+#include "host/synthetic_clip.h"
 
 namespace vitrella::host {
 namespace {
@@ -49,6 +51,47 @@ TEST(EffectHost, TellsItsNameAndAKeyPerInstance) {
 
   HostFrame frame{};
   EXPECT_EQ(first.GetFrame(nullptr, &frame), nullptr);
+}
+
+TEST(EffectHost, LendsFramesOfTheClipLaidOutLikeTheSource) {
+  FrameServer frames(std::make_unique<testing::MemoryClip>(5), 8, PixelFormat8ARGB,
+                     RowOrder::kBottomFirst);
+  EffectHost first({}, 77, &frames);
+  EffectHost second({}, 77, &frames);
+  HostInfo info{};
+  first.GetHostInfo(&info);
+  EXPECT_EQ(info.hostFlags & kHostServesGetFrame, kHostServesGetFrame);
+  EXPECT_EQ(info.instanceKey, 77u);
+
+  // What an effect does: the current frame's records with another number and time.
+  RenderInfo which{};
+  which.frameRate = 25;
+  which.frameNumber = 3;
+  which.time = 3 / 25.0;
+  HostFrame frame{};
+  frame.format = PixelFormat8ARGB;
+  void* handle = first.GetFrame(&which, &frame);
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(frame.format, PixelFormat8ARGB);
+  EXPECT_EQ(frame.flipped, 0);
+  EXPECT_EQ(frame.width, testing::kClipWidth);
+  cv::Mat upright = FrameToPicture(frame);
+  EXPECT_EQ(cv::norm(upright, testing::SyntheticFrame(3), cv::NORM_INF), 0);
+
+  // Each host gives back only what it lent, once.
+  EXPECT_EQ(second.ReleaseFrame(handle, &frame), 0);
+  EXPECT_EQ(first.ReleaseFrame(handle, &frame), 1);
+  EXPECT_EQ(first.ReleaseFrame(handle, &frame), 0);
+
+  for (const int32_t missing : {-1, 5, 1000}) {
+    which.frameNumber = missing;
+    EXPECT_EQ(first.GetFrame(&which, &frame), nullptr) << missing;
+  }
+  EXPECT_EQ(first.GetFrame(nullptr, &frame), nullptr);
+  EXPECT_EQ(first.GetFrame(&which, nullptr), nullptr);
+  // One never given back goes with the host.
+  which.frameNumber = 0;
+  EXPECT_NE(second.GetFrame(&which, &frame), nullptr);
 }
 
 TEST(EffectHost, OffersAnAllocatorAndNoGpuServices) {

@@ -1,0 +1,98 @@
+// What a GPU effect's render uses between the host's services and its passes: the view,
+// render targets, quads, blend set-up, the two-stage blur and the output step, with
+// counters of the live textures, programs and buffers of the call.
+#pragma once
+
+#include <cstdint>
+
+#include "gpu/arb_helper.h"
+#include "gpu/gl_guard.h"
+#include "gpu/program_bundle.h"
+#include "gpu/program_store.h"
+#include "vitrella/gpu.h"
+
+namespace vitrella {
+
+class GPUHelper : public ARBHelper, private GLGuard {
+ public:
+  GPUHelper();
+
+  // Brackets every GPU call: takes the host's extension table and saves the blend state;
+  // Leave restores it with blending off.
+  void EnterGPU(IGPUServices* services, IGLContext* context);
+  void LeaveGPU();
+
+  // The common fixed-function state, the projection and the camera.
+  void SetupView(double width, double height);
+  void SetProjection(double width, double height);
+
+  // Binds a target (null: the default); on success its size becomes the target size.
+  void SetRenderTarget(const GPUTextureRef* target, bool flag);
+  // BeginPass on the bundle with the target size; the bundle becomes the current one.
+  bool BeginPass(ProgramBundle& bundle);
+
+  // rect: (x0, y0, x1, y1) as fractions of the target, the whole target when null.
+  void DrawQuad(const GPUTextureRef* texture, bool flip, const float* rect);
+  void DrawQuad2(const GPUTextureRef* first, const GPUTextureRef* second);
+  void DrawQuad3(const GPUTextureRef* first, const GPUTextureRef* second,
+                 const GPUTextureRef* third);
+  void DrawPlainQuad();
+  void ClearTarget(float r, float g, float b, float a);
+
+  bool EnableBlend();
+  // Factors by the numbers 1 to 13 of the blend table; anything else is GL_ZERO. Alpha
+  // always adds.
+  bool SetBlendFunc(int source, int destination);
+  static uint32_t BlendFactor(int code);
+
+  // The vertical stage from source into first, then the horizontal one into second.
+  void SeparableBlur(int32_t horizontalSize, int32_t verticalSize, const GPUTextureRef* source,
+                     const GPUTextureRef* first, const GPUTextureRef* second,
+                     ProgramBundle& horizontal, ProgramBundle& vertical);
+
+  // Copies result into destination, in the destination's channel order, turned over when
+  // their row orders differ. False without services.
+  bool OutputStep(const GPUTextureRef* result, const GPUTextureRef* destination);
+
+  // Creation and release through the services, with the live counters kept.
+  bool CreateTarget(GPUTextureRef* out, int32_t width, int32_t height, int32_t format);
+  void ReleaseTarget(GPUTextureRef* texture);
+  bool CreateProgram(ProgramBundle& bundle, int vertexId, int fragmentId);
+  void ReleaseProgram(ProgramBundle& bundle);
+
+  // Whether this context can create each vertex and fragment program pair of the lists
+  // (both ended by null). Binds the table itself when nobody has filled it.
+  bool TestPrograms(IGPUServices* services, const StoredProgram* const* vertex,
+                    const StoredProgram* const* fragment,
+                    const GLDriver& driver = CurrentGLDriver());
+
+  IGLContext* context() const { return context_; }
+  IGPUServices* services() const { return services_; }
+  int32_t targetWidth() const { return targetWidth_; }
+  int32_t targetHeight() const { return targetHeight_; }
+  int32_t liveTextures() const { return liveTextures_; }
+  int32_t livePrograms() const { return livePrograms_; }
+  int32_t liveBuffers() const { return liveBuffers_; }
+  void MarkViewSet() { viewFlag_ = 1; }
+
+ private:
+  void DrawTextured(const GPUTextureRef* const* textures, int count, bool flip, const float* rect,
+                    bool multitexture);
+
+  uint8_t targetFlag_ = 0;
+  uint8_t viewFlag_ = 0;
+  IGLContext* context_ = nullptr;
+  IGPUServices* services_ = nullptr;
+  double halfWidth_ = 0.0;
+  double halfHeight_ = 0.0;
+  double viewDepth_ = 0.0;
+  double spare_ = 0.0;
+  int32_t targetWidth_ = 0;
+  int32_t targetHeight_ = 0;
+  ProgramBundle* current_ = nullptr;
+  int32_t liveTextures_ = 0;
+  int32_t livePrograms_ = 0;
+  int32_t liveBuffers_ = 0;
+};
+
+}  // namespace vitrella

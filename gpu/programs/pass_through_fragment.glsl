@@ -1,0 +1,2 @@
+#define SWAP_CHANNELS_WTO(swapFlag, src, dst) if (swapFlag==1) dst = src.grab; else dst = src 
+uniform sampler2D Tex;varying vec2 texCoord;uniform int SwapChannelsDst;void main() {	SWAP_CHANNELS_WTO(SwapChannelsDst, texture2D(Tex, texCoord.xy), gl_FragColor);}

@@ -1,0 +1,1 @@
+varying vec2 texCoord;uniform vec2 texCoordScale0;uniform vec2 texCoordShift0;void main() {	gl_Position = gl_ModelViewProjectionMatrix * gl_Vertex;	texCoord	= texCoordShift0 + gl_MultiTexCoord0.xy * texCoordScale0;}

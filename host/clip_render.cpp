@@ -1,0 +1,187 @@
+#include "clip_render.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include "clip_reader.h"
+#include "clip_writer.h"
+#include "effect_host.h"
+#include "frame_queue.h"
+#include "frame_server.h"
+#include "host_error.h"
+#include "host_frames.h"
+#include "progress_bar.h"
+#include "render_command.h"
+
+namespace vitrella::host {
+namespace {
+
+// Numbered pictures carry no rate of their own.
+constexpr double kSequenceRate = 25.0;
+// An effect that reads other frames asks for up to three before the one it renders.
+constexpr int64_t kFramesLookedBack = 3;
+
+std::string RangeText(const FrameRange& range) {
+  return std::to_string(range.first) + "-" + (range.last ? std::to_string(*range.last) : "");
+}
+
+// Only where the clip tells its length beforehand; otherwise the end shows while decoding.
+void CheckRange(const FrameRange& range, int64_t count, const std::string& name) {
+  if (range.first < count && range.last.value_or(0) < count) return;
+  throw UsageError("frame range " + RangeText(range) + " lies beyond " + name + ", which has " +
+                   std::to_string(count) + " frames (0 to " + std::to_string(count - 1) + ")");
+}
+
+// Runs one stage; its failure stops the others.
+void RunStage(FrameQueue& queue, const std::function<void()>& stage) {
+  try {
+    stage();
+  } catch (...) {
+    queue.Fail(std::current_exception());
+  }
+}
+
+// Everything the stages of one clip share.
+struct ClipJob {
+  IVideoEffect& effect;
+  const std::string& effectName;
+  const std::vector<ParamValue>& values;
+  const RenderOptions& options;
+  const std::string& input;
+  FrameRange range;
+  double rate = kSequenceRate;
+  uint32_t instanceKey = 0;
+  bool warmUp = false;
+  FrameServer& server;
+  FrameQueue& queue;
+};
+
+void DecodeFrames(const ClipJob& job) {
+  if (job.warmUp) {
+    // The effect's first requests reach before the range: decoding them here, in order,
+    // costs one seek instead of one for each request.
+    for (int64_t n = std::max<int64_t>(0, job.range.first - kFramesLookedBack); n < job.range.first;
+         ++n) {
+      try {
+        job.server.Picture(n);
+      } catch (const std::exception&) {
+        break;  // the effect will be told that the frame is not there
+      }
+    }
+  }
+  for (int64_t n = job.range.first; !job.range.last || n <= *job.range.last; ++n) {
+    std::shared_ptr<const cv::Mat> picture = job.server.Picture(n);
+    if (!picture) {
+      if (n == 0) throw HostError("cannot read " + job.input + ": it holds no frames");
+      if (n == job.range.first || job.range.last) {
+        throw UsageError("frame range " + RangeText(job.range) + " lies beyond " + job.input +
+                         ", which ends after frame " + std::to_string(n - 1));
+      }
+      break;  // the end of a clip that did not tell its length
+    }
+    if (!job.queue.PushDecoded({n, std::move(picture)})) return;
+  }
+  job.queue.CloseInput();
+}
+
+void RenderFrames(const ClipJob& job) {
+  const RenderOptions& options = job.options;
+  const RowOrder order = options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst;
+  EffectHost host(job.values, job.instanceKey, options.serveFrames ? &job.server : nullptr);
+  while (std::optional<FrameQueue::Job> frame = job.queue.PopDecoded()) {
+    OwnedFrame source = PictureToFrame(*frame->picture, options.format, order);
+    OwnedFrame destination = FrameLike(source.record());
+    const RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame->n), job.rate);
+    if (!job.effect.Render(&host, &source.record(), 0, &destination.record(), &info)) {
+      throw HostError("the effect " + job.effectName + " did not render frame " +
+                      std::to_string(frame->n) + " of " + job.input + " (" +
+                      std::to_string(source.record().width) + "x" +
+                      std::to_string(source.record().height) + ", " +
+                      std::string(FormatName(options.format)) + ")");
+    }
+    job.queue.PushRendered(frame->n, FrameToPicture(destination.record()));
+  }
+}
+
+unsigned ProcessorThreads() {
+  return std::max(1u, std::thread::hardware_concurrency());
+}
+
+}  // namespace
+
+unsigned RenderThreads(unsigned requested, uint32_t traits, bool serveFrames) {
+  if (!serveFrames && (traits & kTraitReadsOtherFrames) != 0) return 1;
+  return std::max(1u, requested);
+}
+
+ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
+                       const std::vector<ParamValue>& values, const RenderOptions& options) {
+  const std::string& input = *options.input;
+  std::unique_ptr<ClipReader> reader = OpenClip(input);
+  FrameRange range = options.frames.value_or(FrameRange{});
+  if (const std::optional<int64_t> count = reader->FrameCount()) {
+    CheckRange(range, *count, input);
+    if (!range.last) range.last = *count - 1;
+  }
+  const double rate = options.rate.value_or(reader->FrameRate().value_or(kSequenceRate));
+  const uint32_t traits = effect.GetEffectTraits();
+  const unsigned threads =
+      RenderThreads(options.threads.value_or(ProcessorThreads()), traits, options.serveFrames);
+
+  std::unique_ptr<ClipWriter> writer = OpenClipWriter(options.output, rate, reader->FirstNumber());
+  // Frames between decoding and writing: enough to keep every thread busy while the
+  // writer waits for the oldest. The window keeps those and the ones looked back on.
+  const size_t inFlight = 2 * size_t{threads} + 2;
+  FrameServer server(std::move(reader), inFlight + kFramesLookedBack + 2, options.format,
+                     options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst);
+  FrameQueue queue(inFlight);
+  const ClipJob job{
+      effect,
+      effectName,
+      values,
+      options,
+      input,
+      range,
+      rate,
+      NextInstanceKey(),
+      options.serveFrames && (traits & kTraitReadsOtherFrames) != 0 && range.first > 0,
+      server,
+      queue};
+
+  ProgressBar bar(range.last ? std::optional<int64_t>(*range.last - range.first + 1) : std::nullopt,
+                  !options.quiet);
+  const auto start = std::chrono::steady_clock::now();
+  ClipSummary summary;
+  {
+    std::vector<std::jthread> stages;
+    stages.emplace_back([&] { RunStage(queue, [&] { DecodeFrames(job); }); });
+    for (unsigned i = 0; i < threads; ++i)
+      stages.emplace_back([&] { RunStage(queue, [&] { RenderFrames(job); }); });
+    // This thread writes, in order.
+    RunStage(queue, [&] {
+      while (std::optional<std::pair<int64_t, cv::Mat>> next = queue.PopInOrder()) {
+        writer->Write(next->first, next->second);
+        bar.Update(++summary.frames);
+      }
+    });
+  }  // every stage has ended here
+  if (const std::exception_ptr error = queue.error()) std::rethrow_exception(error);
+  writer->Commit();
+  summary.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return summary;
+}
+
+std::string SummaryText(const ClipSummary& summary) {
+  char text[128];
+  std::snprintf(text, sizeof(text), "rendered %lld frames in %.2f s (%.1f frames per second)",
+                static_cast<long long>(summary.frames), summary.seconds,
+                summary.seconds > 0 ? static_cast<double>(summary.frames) / summary.seconds : 0.0);
+  return text;
+}
+
+}  // namespace vitrella::host

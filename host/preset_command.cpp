@@ -1,0 +1,197 @@
+#include "preset_command.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+#include "com_ref.h"
+#include "host_error.h"
+#include "library_loader.h"
+#include "param_text.h"
+#include "render_command.h"
+#include "scripted_ui.h"
+#include "vitrella/preset.h"
+
+namespace vitrella::host {
+namespace {
+
+struct PresetCall {
+  int32_t result = kPresetFailed;
+  PresetRecord record{};
+  std::vector<ShownItem> shown;
+};
+
+ComRef<IPresetSaver> MakeSaver(IEffectLibrary& library) {
+  ComRef<IPresetSaver> saver(library.CreatePresetSaver());
+  if (!saver) throw HostError("the effect library has no preset saver");
+  return saver;
+}
+
+const char* LanguageCode(const std::optional<std::string>& language) {
+  return language ? language->c_str() : nullptr;
+}
+
+// A dialog refuses a path longer than its buffer, which reads as a cancel.
+void CheckAnswered(int32_t result, const std::vector<ShownItem>& shown, const std::string& path) {
+  if (result != kPresetDone) return;
+  for (const ShownItem& item : shown) {
+    if (item.kind != ShownItem::Kind::kBox && !item.text.empty()) return;
+  }
+  throw HostError("the library's file dialog did not take the path " + path);
+}
+
+PresetCall Load(IEffectLibrary& library, uint32_t index, const std::string& path,
+                const std::optional<std::string>& language) {
+  const ComRef<IPresetSaver> saver = MakeSaver(library);
+  PresetCall call;
+  const ScriptedUi ui(path);
+  call.result = saver->LoadPreset(nullptr, &library, index, &call.record, LanguageCode(language));
+  call.shown = ui.Shown();
+  CheckAnswered(call.result, call.shown, path);
+  return call;
+}
+
+std::string FieldText(const char (&field)[kPresetTextBytes]) {
+  return std::string(field, strnlen(field, kPresetTextBytes));
+}
+
+void SetField(char (&field)[kPresetTextBytes], const std::string& text) {
+  const size_t count = std::min(text.size(), size_t{kPresetTextBytes - 1});
+  std::memcpy(field, text.data(), count);
+  field[count] = '\0';
+}
+
+// An entry as the effect's parameter at its index when the kinds agree, else by its
+// kind alone, since a refused file may hold anything.
+std::string EntryLine(int32_t index, const PresetParam& entry,
+                      const std::vector<ParamInfo>& params) {
+  ParamInfo info{};
+  info.kind = static_cast<ParamKind>(entry.kind);
+  std::string label = "parameter " + std::to_string(index);
+  if (static_cast<size_t>(index) < params.size() && params[index].kind == entry.kind) {
+    info = params[index];
+    label = ParamLabel(info);
+  }
+  std::string line =
+      "  " + std::to_string(index) + " " + label + " (" + std::string(KindName(entry.kind)) + ")";
+  const std::string value = FormatValue(info, entry.value);
+  if (!value.empty()) line += ": " + value;
+  return line + "\n";
+}
+
+void PrintShown(const std::vector<ShownItem>& shown, bool boxes, std::ostream& out) {
+  for (const ShownItem& item : shown) {
+    if ((item.kind == ShownItem::Kind::kBox) == boxes) out << DescribeShown(item);
+  }
+}
+
+// The first box's text: what the library told the user.
+std::string BoxText(const std::vector<ShownItem>& shown) {
+  for (const ShownItem& item : shown) {
+    if (item.kind == ShownItem::Kind::kBox) return item.title + ": " + item.text;
+  }
+  return "no message";
+}
+
+// The built-in preset's name when the values start from one, else the file's stem.
+std::string PresetName(IVideoEffect& effect, const RenderOptions& options) {
+  if (options.preset) {
+    const std::vector<std::string> names = ReadPresetNames(effect);
+    uint32_t index = 0;
+    if (ParseIndex(*options.preset, &index) && index < names.size()) return names[index];
+    for (const std::string& name : names) {
+      if (EqualsIgnoreCase(name, *options.preset)) return name;
+    }
+  }
+  return std::filesystem::path(options.presetFile.value_or("")).stem().string();
+}
+
+int ExitStatus(int32_t result) {
+  if (result == kPresetDone) return 0;
+  return result == kPresetOtherEffect ? kPresetOfOtherEffect : kPresetLoadFailed;
+}
+
+}  // namespace
+
+int RunPresetSave(const CommandLine& line, std::ostream& out) {
+  const RenderOptions& options = line.render;
+  const LibraryLoader loader(line.library.empty() ? DefaultLibraryPath() : line.library);
+  ComRef<IEffectLibrary> library = loader.CreateLibrary();
+  FoundEffect found = FindEffect(*library, options.effect);
+  const std::vector<ParamInfo> params = ReadParams(*found.effect);
+  const std::vector<ParamValue> values = ChooseValues(*found.effect, params, options);
+
+  PresetRecord record{};
+  SetField(record.name, PresetName(*found.effect, options));
+  record.paramCount = static_cast<int32_t>(std::min<size_t>(params.size(), kPresetMaxParams));
+  for (int32_t i = 0; i < record.paramCount; ++i) {
+    record.params[i].kind = params[i].kind;
+    record.params[i].value = values[i];
+  }
+
+  const ComRef<IPresetSaver> saver = MakeSaver(*library);
+  int32_t result = kPresetFailed;
+  std::vector<ShownItem> shown;
+  {
+    const ScriptedUi ui(*options.presetFile);
+    result = saver->SavePreset(nullptr, library.get(), found.index, &record,
+                               LanguageCode(line.language));
+    shown = ui.Shown();
+  }
+  CheckAnswered(result, shown, *options.presetFile);
+  PrintShown(shown, false, out);
+  for (const ShownItem& item : shown) {
+    if (result == kPresetDone && item.kind == ShownItem::Kind::kSaveDialog) {
+      out << "saved: " << item.text << "\n";
+    }
+  }
+  PrintShown(shown, true, out);
+  out << "result: " << result << "\n";
+  return result == kPresetDone ? 0 : kPresetLoadFailed;
+}
+
+int RunPresetLoad(const CommandLine& line, std::ostream& out) {
+  const LibraryLoader loader(line.library.empty() ? DefaultLibraryPath() : line.library);
+  ComRef<IEffectLibrary> library = loader.CreateLibrary();
+  const FoundEffect found = FindEffect(*library, line.render.effect);
+  const std::vector<ParamInfo> params = ReadParams(*found.effect);
+  const PresetCall call = Load(*library, found.index, *line.render.presetFile, line.language);
+
+  PrintShown(call.shown, false, out);
+  // After a refusal the record holds what the file held; after a failure nothing usable.
+  if (call.result != kPresetFailed) {
+    out << "preset: " << FieldText(call.record.name) << "\n"
+        << "library: " << FieldText(call.record.libraryName) << "\n"
+        << "effect: " << FieldText(call.record.effectName) << "\n";
+    const int32_t count = std::clamp(call.record.paramCount, 0, kPresetMaxParams);
+    for (int32_t i = 0; i < count; ++i)
+      out << EntryLine(i, call.record.params[i], params);
+  }
+  PrintShown(call.shown, true, out);
+  out << "result: " << call.result << "\n";
+  return ExitStatus(call.result);
+}
+
+std::vector<ParamValue> PresetFileValues(IEffectLibrary& library, FoundEffect& found,
+                                         const RenderOptions& options,
+                                         const std::optional<std::string>& language) {
+  const PresetCall call = Load(library, found.index, *options.presetFile, language);
+  if (call.result != kPresetDone) {
+    throw HostError("cannot start from the preset file " + *options.presetFile + ": " +
+                    BoxText(call.shown));
+  }
+  // A preset that loaded has an entry of the right kind for every parameter.
+  const std::vector<ParamInfo> params = ReadParams(*found.effect);
+  std::vector<ParamValue> values;
+  for (size_t i = 0; i < params.size(); ++i) {
+    const bool inFile = i < static_cast<size_t>(std::max(call.record.paramCount, 0));
+    values.push_back(inFile ? call.record.params[i].value : params[i].defaultValue);
+  }
+  for (const ParamSetting& setting : options.settings) {
+    const uint32_t index = ResolveParam(params, setting.param);
+    values[index] = ParseValue(params[index], index, setting.value);
+  }
+  return values;
+}
+
+}  // namespace vitrella::host
