@@ -41,7 +41,9 @@ class VideoReader final : public ClipReader {
     CheckReadable(name);
     const QuietStderr quiet;
     try {
-      if (!capture_.open(name, cv::CAP_FFMPEG)) capture_.open(name, cv::CAP_ANY);
+      // FFmpeg, then OpenCV's own Motion JPEG reader; never every backend in turn, which
+      // would probe cameras and capture devices for a file that is no video.
+      if (!capture_.open(name, cv::CAP_FFMPEG)) capture_.open(name, cv::CAP_OPENCV_MJPEG);
     } catch (const cv::Exception&) {
       capture_.release();
     }

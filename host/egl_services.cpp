@@ -265,7 +265,7 @@ std::unique_ptr<EglServices> CreateEglServices(std::string* error) {
       eglMakeCurrent(state->display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
       eglDestroyContext(state->display, state->glContext);
     }
-    if (state->display != EGL_NO_DISPLAY) eglTerminate(state->display);
+    eglReleaseThread();
     if (error != nullptr) *error = reason;
     return nullptr;
   };
@@ -297,7 +297,10 @@ EglServices::~EglServices() {
   glDeleteFramebuffers(1, &state_->framebuffer);
   eglMakeCurrent(state_->display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   eglDestroyContext(state_->display, state_->glContext);
-  eglTerminate(state_->display);
+  // The display is never terminated: EGL hands every caller in the process the same one, so
+  // terminating it would pull the contexts of other services from under them, and would
+  // unload the driver for the next services to load again.
+  eglReleaseThread();
 }
 
 Result EglServices::QueryInterface(const Guid& iid, void** out) {

@@ -142,12 +142,12 @@ TEST(TranslationHelper, NegativeAnswersCountAsNotFound) {
 }
 
 TEST(TranslationHelper, TextsEndInsideTheBuffer) {
+  FakeLibrary library;  // outlives the helper, which releases it
   TranslationHelper helper;
   const std::string longKey(3000, 'k');
   EXPECT_EQ(std::u16string(helper.Translate(1, longKey.c_str(), nullptr)).size(), 2047u);
 
   // A parser that fills the whole buffer and claims more still leaves a terminated text.
-  FakeLibrary library;
   library.language.answer = std::u16string(2048, u'x');
   library.language.result = 5000;
   helper.SetContext(&library, "de");
