@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <limits>
 
-#include <opencv2/imgproc.hpp>
 #include <opencv2/videoio.hpp>
 
 #include "clip_names.h"
@@ -85,22 +84,7 @@ class VideoReader final : public ClipReader {
           (n > 0 ? "; --frames A-" + std::to_string(n - 1) + " renders frames before it" : ""));
     }
     next_ = n + 1;
-    cv::Mat bgra;
-    switch (decoded.channels()) {
-      case 1:
-        cv::cvtColor(decoded, bgra, cv::COLOR_GRAY2BGRA);
-        break;
-      case 3:
-        cv::cvtColor(decoded, bgra, cv::COLOR_BGR2BGRA);
-        break;
-      case 4:
-        bgra = decoded;
-        break;
-      default:
-        throw HostError("cannot read " + name_ + ": frames of " +
-                        std::to_string(decoded.channels()) + " channels are not supported");
-    }
-    return bgra;
+    return ToBgra(decoded, name_);
   }
 
  private:

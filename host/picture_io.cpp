@@ -85,6 +85,10 @@ cv::Mat ReadPicture(const std::string& path) {
   decoded = ToUsableDepth(decoded);
   if (decoded.empty()) throw HostError("cannot read " + path + ": unsupported channel depth");
 
+  return ToBgra(decoded, path);
+}
+
+cv::Mat ToBgra(const cv::Mat& decoded, const std::string& source) {
   cv::Mat bgra;
   switch (decoded.channels()) {
     case 1:
@@ -97,7 +101,7 @@ cv::Mat ReadPicture(const std::string& path) {
       bgra = decoded;
       break;
     default:
-      throw HostError("cannot read " + path + ": " + std::to_string(decoded.channels()) +
+      throw HostError("cannot read " + source + ": " + std::to_string(decoded.channels()) +
                       " channels per pixel are not supported");
   }
   return bgra;

@@ -12,6 +12,10 @@ namespace vitrella::host {
 // 16-bit or float. Throws HostError naming the file and the reason.
 cv::Mat ReadPicture(const std::string& path);
 
+// A decoded picture of 1, 3 or 4 channels as BGRA, gray and colour gaining an opaque
+// alpha. Throws HostError naming `source` for any other count of channels.
+cv::Mat ToBgra(const cv::Mat& decoded, const std::string& source);
+
 // Throws HostError when no codec writes files with the path's extension, so that a bad
 // output name is refused before any work is done.
 void CheckPictureWriter(const std::string& path);
