@@ -28,24 +28,14 @@ bool ReversedChannels(PixelFormat format) {
   return format == PixelFormat8ARGB || format == PixelFormat32FARGB;
 }
 
-template <typename T>
-void PackRow(const T* picture, uint8_t* frame, int32_t width, bool reversed) {
-  for (int32_t x = 0; x < width; ++x) {
-    T pixel[4];
-    for (int c = 0; c < 4; ++c)
-      pixel[c] = picture[x * 4 + (reversed ? 3 - c : c)];
-    std::memcpy(frame + static_cast<size_t>(x) * sizeof(pixel), pixel, sizeof(pixel));
+// Copies `from` into `to` of the same size, reversing the four channels when asked.
+void CopyPixels(const cv::Mat& from, cv::Mat& to, bool reversed) {
+  if (!reversed) {
+    from.copyTo(to);
+    return;
   }
-}
-
-template <typename T>
-void UnpackRow(const uint8_t* frame, T* picture, int32_t width, bool reversed) {
-  for (int32_t x = 0; x < width; ++x) {
-    T pixel[4];
-    std::memcpy(pixel, frame + static_cast<size_t>(x) * sizeof(pixel), sizeof(pixel));
-    for (int c = 0; c < 4; ++c)
-      picture[x * 4 + (reversed ? 3 - c : c)] = pixel[c];
-  }
+  constexpr int kReversal[] = {0, 3, 1, 2, 2, 1, 3, 0};
+  cv::mixChannels(&from, 1, &to, 1, kReversal, 4);
 }
 
 // The scale that takes the picture's channels to 0..255 or 0..1.
@@ -124,20 +114,17 @@ OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder o
     throw HostError("a picture must have four channels of 8-bit, 16-bit or float");
   }
   const bool toFloat = IsFloatFormat(format);
-  cv::Mat channels;
-  picture.convertTo(channels, toFloat ? CV_32F : CV_8U, ScaleTo(depth, toFloat));
+  const int type = toFloat ? CV_32FC4 : CV_8UC4;
+  const double scale = ScaleTo(depth, toFloat);
+  cv::Mat channels = picture;
+  if (picture.type() != type || scale != 1.0) picture.convertTo(channels, type, scale);
 
   const bool topFirst = order == RowOrder::kTopFirst;
   OwnedFrame frame(picture.cols, picture.rows, format, topFirst);
-  const bool reversed = ReversedChannels(format);
-  for (int32_t y = 0; y < picture.rows; ++y) {
-    uint8_t* row = frame.Row(topFirst ? y : picture.rows - 1 - y);
-    if (toFloat) {
-      PackRow(channels.ptr<float>(y), row, picture.cols, reversed);
-    } else {
-      PackRow(channels.ptr<uint8_t>(y), row, picture.cols, reversed);
-    }
-  }
+  // The frame's memory as a picture, turned over when its rows go bottom first.
+  cv::Mat memory(picture.rows, picture.cols, type, frame.Row(0), frame.record().pitch);
+  CopyPixels(channels, memory, ReversedChannels(format));
+  if (!topFirst) cv::flip(memory, memory, 0);
   return frame;
 }
 
@@ -152,18 +139,22 @@ cv::Mat FrameToPicture(const HostFrame& frame) {
       std::abs(int64_t{frame.pitch}) < int64_t{frame.width} * pixelBytes) {
     throw HostError("the effect left a destination frame that does not describe a picture");
   }
-  const bool toFloat = IsFloatFormat(frame.format);
-  cv::Mat picture(frame.height, frame.width, toFloat ? CV_32FC4 : CV_8UC4);
-  const bool reversed = ReversedChannels(frame.format);
-  for (int32_t i = 0; i < frame.height; ++i) {
-    const uint8_t* row = frame.data + static_cast<ptrdiff_t>(i) * frame.pitch;
-    const int32_t y = frame.flipped != 0 ? i : frame.height - 1 - i;
-    if (toFloat) {
-      UnpackRow(row, picture.ptr<float>(y), frame.width, reversed);
-    } else {
-      UnpackRow(row, picture.ptr<uint8_t>(y), frame.width, reversed);
+  const int type = IsFloatFormat(frame.format) ? CV_32FC4 : CV_8UC4;
+  // Row 0 of the memory is the picture's top when the frame is flipped.
+  const cv::Mat memory(frame.height, frame.width, type, frame.data,
+                       static_cast<size_t>(std::abs(int64_t{frame.pitch})));
+  cv::Mat picture(frame.height, frame.width, type);
+  if (frame.pitch >= 0) {
+    CopyPixels(memory, picture, ReversedChannels(frame.format));
+  } else {
+    // A negative pitch steps down through memory: copy row by row from the record's rows.
+    for (int32_t i = 0; i < frame.height; ++i) {
+      const cv::Mat row(1, frame.width, type, frame.data + static_cast<ptrdiff_t>(i) * frame.pitch);
+      cv::Mat out = picture.row(i);
+      CopyPixels(row, out, ReversedChannels(frame.format));
     }
   }
+  if (frame.flipped == 0) cv::flip(picture, picture, 0);
   return picture;
 }
 
