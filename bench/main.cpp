@@ -30,17 +30,28 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
   void Finalize() override {
     ConsoleReporter::Finalize();
-    std::printf("\n%-28s %12s %12s %8s\n", "operation", "ours ms", "opencv ms", "ratio");
-    for (const auto& [operation, sides] : times_) {
-      const auto ours = sides.find("ours");
-      const auto opencv = sides.find("opencv");
-      if (ours == sides.end() || opencv == sides.end()) continue;
-      std::printf("%-28s %12.3f %12.3f %8.2f\n", operation.c_str(), ours->second, opencv->second,
-                  ours->second / opencv->second);
-    }
+    PrintRatios("ours", "opencv");
+    PrintRatios("gpu", "cpu");
   }
 
  private:
+  // The operations timed on both sides, `first` / `second`.
+  void PrintRatios(const std::string& first, const std::string& second) const {
+    bool header = false;
+    for (const auto& [operation, sides] : times_) {
+      const auto a = sides.find(first);
+      const auto b = sides.find(second);
+      if (a == sides.end() || b == sides.end()) continue;
+      if (!header) {
+        std::printf("\n%-28s %12s %12s %8s\n", "operation", (first + " ms").c_str(),
+                    (second + " ms").c_str(), "ratio");
+        header = true;
+      }
+      std::printf("%-28s %12.3f %12.3f %8.2f\n", operation.c_str(), a->second, b->second,
+                  a->second / b->second);
+    }
+  }
+
   std::map<std::string, std::map<std::string, double>> times_;
 };
 

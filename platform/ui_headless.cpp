@@ -150,17 +150,10 @@ void Record(const ShownBox& box) {
 
 void Record(const ShownDialog& dialog) {
   std::string line = dialog.save ? "save" : "open";
-  // Appended piece by piece: GCC 12 at -O3 takes "literal" + temporary for an overlapping copy.
-  for (const std::u16string& field : {dialog.title, dialog.answer.value_or(u"")}) {
-    line += '\t';
-    line += LogField(field);
-  }
-  for (const std::u16string& text : dialog.filter) {
-    line += '\t';
-    line += LogField(text);
-  }
-  line += '\n';
-  AppendLog(line);
+  line += "\t" + LogField(dialog.title) + "\t" + LogField(dialog.answer.value_or(u""));
+  for (const std::u16string& text : dialog.filter)
+    line += "\t" + LogField(text);
+  AppendLog(line + "\n");
   UiScript& script = Script();
   const std::lock_guard hold(script.lock);
   script.dialogs.push_back(dialog);

@@ -2,7 +2,8 @@
 // weights 1, 2, ..., m, ..., 2, 1 (the peak twice for an even n) and is anchored at n / 2;
 // the program gets blurSize = n / 2 and isOdd = n mod 2. As on the CPU, the outer two
 // texels of each edge give way to the third, both where the kernel reads and where it
-// writes. Sizes of 0 pass the input through.
+// writes. Sizes of 0 pass the input through. GLSL 1.20 has no integer min: the weights
+// are taken in floats.
 #version 120
 struct Stage {
   vec2 vScaleTEXi;
@@ -36,7 +37,7 @@ void main() {
   float total = 0.0;
   for (int k = -blurSize; k <= last; ++k) {
     float w = isOdd == 1 ? float(blurSize + 1 - (k < 0 ? -k : k))
-                         : float(min(k + blurSize + 1, blurSize - k));
+                         : min(float(k + blurSize + 1), float(blurSize - k));
     vec2 at = texel;
     at.x = clamp(centre + float(k), low, high);
     sum += w * Texel(at);
