@@ -2,6 +2,10 @@
 // format and both row orders.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -162,6 +166,38 @@ TEST_F(VitrellaRender, BuiltInPictureWhenNoInputIsGiven) {
   const cv::Mat smoothed = Render(
       {"render", "--effect", "3", "--preset", "Font Smoothing - Strong"}, "builtin_strong.png");
   EXPECT_FALSE(Same(smoothed, untouched));
+}
+
+TEST_F(VitrellaRender, TheGpuPathGivesTheCpuPictureAndRefusesEffectsWithoutOne) {
+  // Top first and bottom up, 8-bit and float: each within the parity tolerance of the CPU.
+  for (const std::vector<std::string>& layout :
+       {std::vector<std::string>{}, {"--bottom-up", "--format", "argb32f"}}) {
+    std::vector<std::string> args = {"render",   "--effect",         "Spotlight",
+                                     "--preset", "Classic Portrait", kPhotograph};
+    args.insert(args.end(), layout.begin(), layout.end());
+    const cv::Mat cpu = Render(args, "spot_cpu.png");
+    args.insert(args.begin() + 1, "--gpu");
+    const cv::Mat gpu = Render(args, "spot_gpu.png");
+    ASSERT_EQ(gpu.size(), cpu.size());
+    ASSERT_EQ(gpu.type(), cpu.type());
+    const double levels = cpu.depth() == CV_16U ? 257.0 : 1.0;
+    cv::Mat difference;
+    cv::absdiff(cpu, gpu, difference);
+    double largest = 0;
+    cv::minMaxLoc(difference.reshape(1), nullptr, &largest);
+    EXPECT_LE(largest / levels, 20.0);
+    const cv::Scalar mean = cv::mean(difference);
+    for (int c = 0; c < 4; ++c)
+      EXPECT_LE(mean[c] / levels, 3.5) << "channel " << c;
+  }
+
+  const std::string refused = OutputPath("smoothed_gpu.png");
+  const RunResult run =
+      RunVitrella({"render", "--gpu", "--effect", "Edge Smoother", kPhotograph, refused});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+  EXPECT_NE(run.err.find("GPU"), std::string::npos) << run.err;
+  EXPECT_FALSE(std::filesystem::exists(refused));
 }
 
 }  // namespace
