@@ -209,8 +209,11 @@ void GradeBytes(const FrameBuffer& src, FrameBuffer& dst, const Grade& g, const 
   uint8_t tint[3][256];
   for (int i = 0; i < 256; ++i) {
     const float x = static_cast<float>(i) * 0.003921569f;
-    curve[i] =
-        static_cast<uint8_t>(std::clamp(static_cast<int32_t>(g.Curve(x) * 255.0f + 0.5f), 0, 255));
+    // Truncation after adding a half in floats, by definition; lround differs where the
+    // float sum itself rounds up.
+    curve[i] = static_cast<uint8_t>(
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings)
+        std::clamp(static_cast<int32_t>(g.Curve(x) * 255.0f + 0.5f), 0, 255));
     for (int c = 0; c < 3; ++c) {
       const float t = Grade::Tint(x, g.amounts[c]) * 255.0f;
       tint[c][i] = static_cast<uint8_t>(std::clamp(static_cast<int32_t>(t), 0, 255));
