@@ -128,10 +128,12 @@ void SetOnce(std::optional<T>& field, T value, const std::string& name) {
   field = std::move(value);
 }
 
-void ParseRender(ArgumentReader& reader, CommandLine& line) {
-  RenderOptions& render = line.render;
-  std::optional<std::string> effect, format, fieldMode;
-  std::vector<std::string> positional;
+// The options and operands of a command, in order. `option` takes an option of the
+// command by name (with its value through the reader) and answers whether it knows it; help,
+// --library, --language and "--" are taken here. False when help was asked for.
+template <typename Option>
+bool ReadArguments(ArgumentReader& reader, CommandLine& line, const std::string& command,
+                   std::vector<std::string>& positional, const Option& option) {
   bool optionsEnded = false;
   while (!reader.Done()) {
     const std::string arg = reader.Take();
@@ -144,8 +146,24 @@ void ParseRender(ArgumentReader& reader, CommandLine& line) {
       optionsEnded = true;
     } else if (IsHelp(name)) {
       line.command = Command::kHelp;
-      return;
-    } else if (name == "--effect") {
+      return false;
+    } else if (name == "--language") {
+      SetOnce(line.language, reader.Value(name, inlineValue), name);
+    } else if (name == "--library") {
+      line.library = reader.Value(name, inlineValue);
+    } else if (!option(name, inlineValue)) {
+      throw UsageError("unknown option '" + arg + "' for " + command);
+    }
+  }
+  return true;
+}
+
+void ParseRender(ArgumentReader& reader, CommandLine& line) {
+  RenderOptions& render = line.render;
+  std::optional<std::string> effect, format, fieldMode;
+  std::vector<std::string> positional;
+  const auto option = [&](const std::string& name, const std::optional<std::string>& inlineValue) {
+    if (name == "--effect") {
       SetOnce(effect, reader.Value(name, inlineValue), name);
     } else if (name == "--preset") {
       SetOnce(render.preset, reader.Value(name, inlineValue), name);
@@ -175,14 +193,12 @@ void ParseRender(ArgumentReader& reader, CommandLine& line) {
       render.quiet = true;
     } else if (name == "--preset-file") {
       SetOnce(render.presetFile, reader.Value(name, inlineValue), name);
-    } else if (name == "--language") {
-      SetOnce(line.language, reader.Value(name, inlineValue), name);
-    } else if (name == "--library") {
-      line.library = reader.Value(name, inlineValue);
     } else {
-      throw UsageError("unknown option '" + arg + "' for render");
+      return false;
     }
-  }
+    return true;
+  };
+  if (!ReadArguments(reader, line, "render", positional, option)) return;
   if (!effect) throw UsageError("render needs --effect NAME or --effect INDEX");
   render.effect = *effect;
   if (render.preset && render.presetFile) {
@@ -214,33 +230,19 @@ void ParsePreset(ArgumentReader& reader, CommandLine& line) {
   RenderOptions& options = line.render;
   std::optional<std::string> effect;
   std::vector<std::string> positional;
-  bool optionsEnded = false;
-  while (!reader.Done()) {
-    const std::string arg = reader.Take();
-    if (optionsEnded || arg.empty() || arg[0] != '-' || arg == "-") {
-      positional.push_back(arg);
-      continue;
-    }
-    auto [name, inlineValue] = ArgumentReader::Split(arg);
-    if (name == "--") {
-      optionsEnded = true;
-    } else if (IsHelp(name)) {
-      line.command = Command::kHelp;
-      return;
-    } else if (name == "--effect") {
+  const auto option = [&](const std::string& name, const std::optional<std::string>& inlineValue) {
+    if (name == "--effect") {
       SetOnce(effect, reader.Value(name, inlineValue), name);
     } else if (save && name == "--preset") {
       SetOnce(options.preset, reader.Value(name, inlineValue), name);
     } else if (save && name == "--set") {
       options.settings.push_back(ParseSetting(reader.Value(name, inlineValue)));
-    } else if (name == "--language") {
-      SetOnce(line.language, reader.Value(name, inlineValue), name);
-    } else if (name == "--library") {
-      line.library = reader.Value(name, inlineValue);
     } else {
-      throw UsageError("unknown option '" + arg + "' for preset " + action);
+      return false;
     }
-  }
+    return true;
+  };
+  if (!ReadArguments(reader, line, "preset " + action, positional, option)) return;
   if (!effect) throw UsageError("preset " + action + " needs --effect NAME or --effect INDEX");
   options.effect = *effect;
   if (positional.size() != 1 || positional[0].empty()) {
