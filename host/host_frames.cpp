@@ -140,19 +140,13 @@ cv::Mat FrameToPicture(const HostFrame& frame) {
     throw HostError("the effect left a destination frame that does not describe a picture");
   }
   const int type = IsFloatFormat(frame.format) ? CV_32FC4 : CV_8UC4;
-  // Row 0 of the memory is the picture's top when the frame is flipped.
-  const cv::Mat memory(frame.height, frame.width, type, frame.data,
-                       static_cast<size_t>(std::abs(int64_t{frame.pitch})));
+  // Row by row, since the pitch may be negative or no multiple of a channel's size; record row
+  // i is the picture's row i when the frame is flipped, and is turned over below otherwise.
   cv::Mat picture(frame.height, frame.width, type);
-  if (frame.pitch >= 0) {
-    CopyPixels(memory, picture, ReversedChannels(frame.format));
-  } else {
-    // A negative pitch steps down through memory: copy row by row from the record's rows.
-    for (int32_t i = 0; i < frame.height; ++i) {
-      const cv::Mat row(1, frame.width, type, frame.data + static_cast<ptrdiff_t>(i) * frame.pitch);
-      cv::Mat out = picture.row(i);
-      CopyPixels(row, out, ReversedChannels(frame.format));
-    }
+  for (int32_t i = 0; i < frame.height; ++i) {
+    const cv::Mat row(1, frame.width, type, frame.data + static_cast<ptrdiff_t>(i) * frame.pitch);
+    cv::Mat out = picture.row(i);
+    CopyPixels(row, out, ReversedChannels(frame.format));
   }
   if (frame.flipped == 0) cv::flip(picture, picture, 0);
   return picture;
