@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <new>
 
 #include "core/frame_ops.h"
 #include "kernels/channels.h"
@@ -86,6 +88,63 @@ bool Pass(bool alongRows, PixelFormat format, kernels::ConstImageView from, kern
   return status == kernels::kOk;
 }
 
+// The rows base[clamp(p - before, low, high)] + offset for p = 0 .. count - 1: a picture's
+// lines with their edges repeated, without margins in memory.
+std::unique_ptr<const uint8_t* []> ClampedRows(const uint8_t* base, ptrdiff_t pitch,
+                                               ptrdiff_t offset, int32_t count, int32_t before,
+                                               int32_t low, int32_t high) {
+  std::unique_ptr<const uint8_t*[]> rows(new (std::nothrow) const uint8_t*[count]);
+  if (rows == nullptr) return rows;
+  for (int32_t p = 0; p < count; ++p) {
+    const int32_t line = std::clamp(p - before, low, high);
+    rows[p] = base + static_cast<ptrdiff_t>(line) * pitch + offset;
+  }
+  return rows;
+}
+
+// Four-channel bytes in the destination's order blur without margins: the column pass reads
+// the source through clamped rows and writes its result transposed, so that the row pass
+// filters columns too, and writes back transposed into place. The edges come out as with
+// margins: the inner rectangle repeats outward, and the rows outside it copy its first
+// and last rows. False, with nothing written, where the kernels filter with margins only.
+bool BlurTransposed(const FrameBuffer& src, FrameBuffer& dst, int32_t width, int32_t height,
+                    const Triangle& kernelX, const Triangle& kernelY, int32_t insetX,
+                    int32_t insetY, int32_t copiedChannel, MemoryAllocator* allocator) {
+  using kernels::TakesTransposedColumnFilter8u, kernels::TransposedColumnFilter8u_C4;
+  const bool bytes = dst.format == PixelFormat8BGRA || dst.format == PixelFormat8ARGB;
+  if (!bytes || src.format != dst.format ||
+      !TakesTransposedColumnFilter8u(kernelX.weights, kernelX.length, kernelX.sum) ||
+      !TakesTransposedColumnFilter8u(kernelY.weights, kernelY.length, kernelY.sum)) {
+    return false;
+  }
+  const int32_t innerWidth = width - 2 * insetX;
+  const int32_t innerHeight = height - 2 * insetY;
+  const int32_t nx = kernelX.length;
+  const int32_t ny = kernelY.length;
+  FrameBuffer turned;
+  if (!turned.Allocate(innerHeight, innerWidth, 4, allocator, dst.format, false)) return false;
+  const auto down = ClampedRows(src.data, src.pitch, ptrdiff_t{4} * insetX, innerHeight + ny - 1,
+                                ny / 2 - insetY, insetY, height - 1 - insetY);
+  const auto across =
+      ClampedRows(turned.data, turned.pitch, 0, width + nx - 1, nx / 2 + insetX, 0, innerWidth - 1);
+  if (down == nullptr || across == nullptr ||
+      !TransposedColumnFilter8u_C4(down.get(), innerWidth, innerHeight, turned.View(),
+                                   kernelY.weights, ny, ny / 2, kernelY.sum, copiedChannel)) {
+    return false;
+  }
+  const kernels::ImageView inner = dst.View().Sub(0, insetY, width, innerHeight, 4);
+  if (!TransposedColumnFilter8u_C4(across.get(), innerHeight, width, inner, kernelX.weights, nx,
+                                   nx / 2, kernelX.sum, copiedChannel)) {
+    return false;
+  }
+  const size_t rowBytes = size_t{4} * static_cast<size_t>(width);
+  for (int32_t y = 0; y < insetY; ++y) {
+    std::memcpy(dst.View().Row(y), inner.Row(0), rowBytes);
+    std::memcpy(dst.View().Row(height - 1 - y), inner.Row(innerHeight - 1), rowBytes);
+  }
+  return true;
+}
+
 }  // namespace
 
 bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float sizeY,
@@ -100,6 +159,21 @@ bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float size
   const int32_t hy = ny / 2;
   constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
   if (width < 1 || height < 1 || width > kMax - 2 * hx || height > kMax - 2 * hy) return false;
+
+  // The margins repeat the picture's edges, but from two pixels inside them: the outer two
+  // rows and columns give way to the third. A frame of fewer than five pixels keeps its
+  // middle one or two instead.
+  const int32_t insetX = std::min(2, (width - 1) / 2);
+  const int32_t insetY = std::min(2, (height - 1) / 2);
+  int32_t copiedChannel = kernels::kFilterAllChannels;
+  PixelLayout layout;
+  if (!blurAlpha && FourChannelLayout(dst, &layout)) copiedChannel = layout.alpha;
+  const Triangle kernelX(nx);
+  const Triangle kernelY(ny);
+  if (BlurTransposed(src, dst, width, height, kernelX, kernelY, insetX, insetY, copiedChannel,
+                     allocator)) {
+    return true;
+  }
 
   const int32_t bytes = dst.pixelBytes;
   FrameBuffer first;
@@ -120,11 +194,6 @@ bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float size
     if (reversed != kernels::kOk) return false;
   }
 
-  // The margins repeat the picture's edges, but from two pixels inside them: the outer two
-  // rows and columns give way to the third. A frame of fewer than five pixels keeps its
-  // middle one or two instead.
-  const int32_t insetX = std::min(2, (width - 1) / 2);
-  const int32_t insetY = std::min(2, (height - 1) / 2);
   const int32_t innerWidth = width - 2 * insetX;
   const int32_t innerHeight = height - 2 * insetY;
   // The column pass writes only the columns that the second refill keeps, and so reads
@@ -133,11 +202,6 @@ bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float size
     return false;
   }
 
-  int32_t copiedChannel = kernels::kFilterAllChannels;
-  PixelLayout layout;
-  if (!blurAlpha && FourChannelLayout(dst, &layout)) copiedChannel = layout.alpha;
-  const Triangle kernelX(nx);
-  const Triangle kernelY(ny);
   const kernels::ImageView columnsIn =
       first.View().Sub(hx + insetX, hy + insetY, innerWidth, innerHeight, bytes);
   const kernels::ImageView columnsOut =

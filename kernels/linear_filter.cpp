@@ -340,4 +340,47 @@ Status ColumnFilter32f_C1(ConstImageView src, ImageView dst, const float* kernel
   return Filter32f(Along::kColumns, src, dst, kernel, length, anchor, 1, kFilterAllChannels);
 }
 
+namespace {
+
+// The trapezoid and the division of a kernel that the transposed column filter takes.
+bool TransposedShape(const int32_t* kernel, int32_t length, int32_t divisor, Trapezoid* shape,
+                     int32_t* scale, ByteDivision* division) {
+  if (kernel == nullptr || length <= kLongestDirect8u || divisor < 1 || UseReferenceKernels() ||
+      !FindTrapezoid(kernel, length, shape, scale) || *scale < 1) {
+    return false;
+  }
+  // The sums, all of positive weights, stay within the 32-bit bounds of the vector code.
+  const int64_t magnitude = int64_t{*scale} * shape->shortBox * shape->longBox;
+  if (255 * magnitude + divisor >= (int64_t{1} << 30)) return false;
+  *division = MakeByteDivision(divisor);
+  division->inRange = 255 * magnitude + division->half <= division->limit;
+  return true;
+}
+
+}  // namespace
+
+bool TakesTransposedColumnFilter8u(const int32_t* kernel, int32_t length, int32_t divisor) {
+  Trapezoid shape;
+  int32_t scale = 0;
+  ByteDivision division;
+  return TransposedShape(kernel, length, divisor, &shape, &scale, &division);
+}
+
+bool TransposedColumnFilter8u_C4(const uint8_t* const* rows, int32_t width, int32_t height,
+                                 ImageView dst, const int32_t* kernel, int32_t length,
+                                 int32_t anchor, int32_t divisor, int32_t copiedChannel) {
+  Trapezoid shape;
+  int32_t scale = 0;
+  ByteDivision division;
+  if (rows == nullptr || CheckView(dst) != kOk || width < 1 || height < 1 || dst.width < height ||
+      dst.height < width || anchor < 0 || anchor >= length || copiedChannel < kFilterAllChannels ||
+      copiedChannel > 3 || int64_t{height} + length > INT32_MAX ||
+      !TransposedShape(kernel, length, divisor, &shape, &scale, &division)) {
+    return false;
+  }
+  vector::TrapezoidColumnsTransposed8u(rows, width, height, dst.data, dst.pitch, shape, scale,
+                                       division, anchor, copiedChannel);
+  return true;
+}
+
 }  // namespace vitrella::kernels

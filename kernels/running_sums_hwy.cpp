@@ -16,12 +16,8 @@ HWY_BEFORE_NAMESPACE();
 namespace vitrella::kernels::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Values per strip of the column running sums: their state stays on the stack and the
-// rows that the window spans stay in the cache.
-constexpr int32_t kByteStrip = 2048;
-constexpr int32_t kFloatStrip = 1024;
 // How far ahead the column sums fetch the rows that their window will reach.
-constexpr int32_t kPrefetchLines = 4;
+constexpr int32_t kPrefetchLines = 16;
 
 // Output line k is the trapezoid over input lines k .. k + n - 1, with
 // n = a + b - 1 for boxes of a and b. T(0) is summed from the short box's running sum;
@@ -102,25 +98,8 @@ struct FloatSums {
   }
 };
 
-// The running state of a block of vectors: the short box, the total T and its change D.
-// Wide column strips keep it in arrays; the short lines of the row sums keep it in
-// registers, where a step need not wait for the last one's stores.
-template <class DA>
-struct ArrayState {
-  using A = hn::TFromD<DA>;
-  A* box;
-  A* total;
-  A* diff;
-  size_t lanes;
-
-  HWY_INLINE hn::Vec<DA> Box(DA da, int32_t i) const { return hn::Load(da, box + i * lanes); }
-  HWY_INLINE hn::Vec<DA> Total(DA da, int32_t i) const { return hn::Load(da, total + i * lanes); }
-  HWY_INLINE hn::Vec<DA> Diff(DA da, int32_t i) const { return hn::Load(da, diff + i * lanes); }
-  HWY_INLINE void SetBox(DA da, int32_t i, hn::Vec<DA> v) { hn::Store(v, da, box + i * lanes); }
-  HWY_INLINE void SetTotal(DA da, int32_t i, hn::Vec<DA> v) { hn::Store(v, da, total + i * lanes); }
-  HWY_INLINE void SetDiff(DA da, int32_t i, hn::Vec<DA> v) { hn::Store(v, da, diff + i * lanes); }
-};
-
+// The running state of a block of vectors, the short box, the total T and its change D,
+// in registers, where a step need not wait for the last one's stores.
 template <class DA, int32_t kGroups>
 struct RegisterState {
   hn::Vec<DA> box[kGroups];
@@ -184,9 +163,12 @@ HWY_INLINE void RunBlock(DA da, const Sums& sums, const Trapezoid& shape, int32_
     const auto* tail = source.Line(k - 2);
     const auto* early = source.Early(k + n - 1 + kPrefetchLines);
     auto* to = sink.Line(k);
+    if (early != nullptr) {
+      hwy::Prefetch(early);
+      hwy::Prefetch(early + groups * lanes - 1);
+    }
     for (int32_t i = 0; i < groups; ++i) {
       const int32_t v = i * lanes;
-      if (early != nullptr) hwy::Prefetch(early + v);
       const auto rise = hn::Sub(sums.Load(da, lead + v), sums.Load(da, lagLong + v));
       const auto change =
           hn::Add(hn::Sub(rise, sums.Load(da, lagShort + v)), sums.Load(da, tail + v));
@@ -220,42 +202,214 @@ struct RowSink {
   }
 };
 
-template <typename T, typename A, int32_t kStrip, class Sums>
+// Columns go down the frame in blocks a few vectors wide, their state in registers: the
+// window's rows of a block stay in the first-level cache, and a step never waits for the
+// last one's stores.
+template <typename T, typename A, class Sums>
 void RunColumns(const Sums& sums, const T* in, ptrdiff_t inPitch, T* out, ptrdiff_t outPitch,
                 int32_t values, int32_t rows, const Trapezoid& shape) {
+  constexpr int32_t kGroups = 4;
   const hn::ScalableTag<A> da;
   const hn::CappedTag<A, 1> d1;
-  HWY_ALIGN A box[kStrip];
-  HWY_ALIGN A total[kStrip];
-  HWY_ALIGN A diff[kStrip];
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(da));
   const int32_t inputRows = rows + shape.Length() - 1;
-  for (int32_t v0 = 0; v0 < values; v0 += kStrip) {
-    const int32_t width = std::min(kStrip, values - v0);
-    const int32_t whole = width / lanes;
-    const auto strip = [&](auto d, int32_t first, int32_t groups) {
-      RowLines<T> source{in + v0 + first, inPitch, inputRows};
-      RowSink<T> sink{out + v0 + first, outPitch};
-      ArrayState<decltype(d)> state{box + first, total + first, diff + first, hn::Lanes(d)};
-      RunBlock(d, sums, shape, rows, groups, source, sink, state);
-    };
-    strip(da, 0, whole);
-    strip(d1, whole * lanes, width - whole * lanes);
-  }
+  const auto block = [&](auto d, int32_t first, auto groups) {
+    RowLines<T> source{in + first, inPitch, inputRows};
+    RowSink<T> sink{out + first, outPitch};
+    RegisterState<decltype(d), groups()> state;
+    RunBlock(d, sums, shape, rows, groups(), source, sink, state);
+  };
+  int32_t v = 0;
+  for (; v + kGroups * lanes <= values; v += kGroups * lanes)
+    block(da, v, std::integral_constant<int32_t, kGroups>());
+  for (; v + lanes <= values; v += lanes)
+    block(da, v, std::integral_constant<int32_t, 1>());
+  for (; v < values; ++v)
+    block(d1, v, std::integral_constant<int32_t, 1>());
 }
 
 void TrapezoidColumns8u(const uint8_t* in, ptrdiff_t inPitch, uint8_t* out, ptrdiff_t outPitch,
                         int32_t values, int32_t rows, const Trapezoid& shape, int32_t scale,
                         const ByteDivision& division) {
   WithByteSums(scale, division, [&](const auto& sums) {
-    RunColumns<uint8_t, int32_t, kByteStrip>(sums, in, inPitch, out, outPitch, values, rows, shape);
+    RunColumns<uint8_t, int32_t>(sums, in, inPitch, out, outPitch, values, rows, shape);
   });
 }
 
 void TrapezoidColumns32f(const float* in, ptrdiff_t inPitch, float* out, ptrdiff_t outPitch,
                          int32_t values, int32_t rows, const Trapezoid& shape, double scale) {
-  RunColumns<float, double, kFloatStrip>(FloatSums{scale}, in, inPitch, out, outPitch, values, rows,
-                                         shape);
+  RunColumns<float, double>(FloatSums{scale}, in, inPitch, out, outPitch, values, rows, shape);
+}
+
+// Columns of four-byte pixels written transposed: the input rows come from a table, so
+// that repeated rows stand for margins, and output line k of the pixels x .. x + N - 1
+// lands at pixel k of rows x .. x + N - 1. Filtering rows then is filtering the columns
+// of the transposed picture, with no gathering of pixels, and transposing that result
+// again restores the picture's orientation.
+template <typename T>
+struct TableLines {
+  const T* const* rows;
+  ptrdiff_t offset;
+  int32_t count;
+  HWY_INLINE void Ready(int32_t) const {}
+  HWY_INLINE const T* Line(int32_t p) const { return rows[p] + offset; }
+  HWY_INLINE const T* Early(int32_t p) const { return p < count ? Line(p) : nullptr; }
+};
+
+// One channel of the output taken from an input row instead of filtered: output line k
+// takes it from rows[k] (the rows already advanced by the anchor).
+struct KeptChannel {
+  const uint8_t* const* rows;  // null when every channel is filtered
+  uint32_t mask;
+};
+
+KeptChannel MakeKeptChannel(const uint8_t* const* rows, int32_t anchor, int32_t channel) {
+  if (channel < 0) return {nullptr, 0};
+  uint8_t bytes[4] = {};
+  bytes[channel] = 0xFF;
+  uint32_t mask;
+  std::memcpy(&mask, bytes, sizeof(mask));
+  return {rows + anchor, mask};
+}
+
+#if HWY_TARGET != HWY_SCALAR
+// Turns the rows of an N x N tile of 32-bit values into its columns, N the lanes of a
+// vector: each round splits even and odd lanes, and log2(N) rounds move every row index
+// bit into the column index.
+template <class DU>
+HWY_INLINE void Transpose(DU du, hn::Vec<DU>* v) {
+  constexpr size_t kN = hn::MaxLanes(du);
+  for (size_t round = 1; round < kN; round *= 2) {
+    hn::Vec<DU> split[kN];
+    for (size_t i = 0; i < kN / 2; ++i) {
+      split[i] = hn::ConcatEven(du, v[2 * i + 1], v[2 * i]);
+      split[kN / 2 + i] = hn::ConcatOdd(du, v[2 * i + 1], v[2 * i]);
+    }
+    for (size_t i = 0; i < kN; ++i)
+      v[i] = split[i];
+  }
+}
+
+// Collects N output lines of N pixels in a tile and writes the tile transposed.
+template <class DU>
+class TransposeSink {
+ public:
+  static constexpr int32_t kN = static_cast<int32_t>(hn::MaxLanes(DU()));
+  TransposeSink(uint8_t* out, ptrdiff_t pitch, const KeptChannel& kept, ptrdiff_t offset)
+      : out_(out), pitch_(pitch), kept_(kept), offset_(offset) {}
+  ~TransposeSink() {
+    if (pending_ >= 0) Flush(pending_ - pending_ % kN, pending_ % kN + 1);
+  }
+  TransposeSink(const TransposeSink&) = delete;
+  TransposeSink& operator=(const TransposeSink&) = delete;
+
+  HWY_INLINE uint8_t* Line(int32_t k) {
+    if (k > 0 && k % kN == 0) Flush(k - kN, kN);
+    pending_ = k;
+    return reinterpret_cast<uint8_t*>(tile_ + (k % kN) * kN);
+  }
+
+ private:
+  void Flush(int32_t first, int32_t count) {
+    const DU du;
+    const hn::Repartition<uint8_t, DU> d8;
+    hn::Vec<DU> v[kN];
+    for (int32_t r = 0; r < kN; ++r)
+      v[r] = hn::Load(du, tile_ + r * kN);
+    if (kept_.rows != nullptr) {
+      const auto mask = hn::Set(du, kept_.mask);
+      for (int32_t r = 0; r < count; ++r) {
+        const auto from = hn::BitCast(du, hn::LoadU(d8, kept_.rows[first + r] + offset_));
+        v[r] = hn::IfVecThenElse(mask, from, v[r]);
+      }
+    }
+    Transpose(du, v);
+    for (int32_t j = 0; j < kN; ++j) {
+      uint8_t* to = out_ + j * pitch_ + ptrdiff_t{4} * first;
+      if (count == kN) {
+        hn::StoreU(hn::BitCast(d8, v[j]), d8, to);
+      } else {
+        HWY_ALIGN uint32_t lanes[kN];
+        hn::Store(v[j], du, lanes);
+        std::memcpy(to, lanes, sizeof(uint32_t) * static_cast<size_t>(count));
+      }
+    }
+  }
+
+  uint8_t* out_;
+  ptrdiff_t pitch_;
+  KeptChannel kept_;
+  ptrdiff_t offset_;
+  int32_t pending_ = -1;
+  HWY_ALIGN uint32_t tile_[kN * kN] = {};
+};
+
+#endif
+
+// The same for a single column of pixels, where fewer than N are left.
+class PixelSink {
+ public:
+  PixelSink(uint8_t* out, const KeptChannel& kept, ptrdiff_t offset)
+      : out_(out), kept_(kept), offset_(offset) {}
+  ~PixelSink() { Flush(); }
+  PixelSink(const PixelSink&) = delete;
+  PixelSink& operator=(const PixelSink&) = delete;
+
+  HWY_INLINE uint8_t* Line(int32_t k) {
+    Flush();
+    pending_ = k;
+    return staged_;
+  }
+
+ private:
+  void Flush() {
+    if (pending_ < 0) return;
+    uint32_t pixel;
+    std::memcpy(&pixel, staged_, sizeof(pixel));
+    if (kept_.rows != nullptr) {
+      uint32_t from;
+      std::memcpy(&from, kept_.rows[pending_] + offset_, sizeof(from));
+      pixel = (pixel & ~kept_.mask) | (from & kept_.mask);
+    }
+    std::memcpy(out_ + ptrdiff_t{4} * pending_, &pixel, sizeof(pixel));
+  }
+
+  uint8_t* out_;
+  KeptChannel kept_;
+  ptrdiff_t offset_;
+  int32_t pending_ = -1;
+  HWY_ALIGN uint8_t staged_[16] = {};
+};
+
+void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int32_t height,
+                                  uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                  int32_t scale, const ByteDivision& division, int32_t anchor,
+                                  int32_t keptChannel) {
+  const KeptChannel kept = MakeKeptChannel(rows, anchor, keptChannel);
+  const int32_t inputRows = height + shape.Length() - 1;
+  WithByteSums(scale, division, [&](const auto& sums) {
+    int32_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    // Four vectors of 32-bit sums hold the four channels of N pixels.
+    const hn::ScalableTag<int32_t> da;
+    const hn::RebindToUnsigned<decltype(da)> du;
+    constexpr int32_t kN = TransposeSink<decltype(du)>::kN;
+    for (; x + kN <= width; x += kN) {
+      TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
+      TransposeSink<decltype(du)> sink(out + x * outPitch, outPitch, kept, ptrdiff_t{4} * x);
+      RegisterState<decltype(da), 4> state;
+      RunBlock(da, sums, shape, height, 4, source, sink, state);
+    }
+#endif
+    const hn::CappedTag<int32_t, 4> d4;
+    constexpr int32_t kPixelGroups = static_cast<int32_t>(4 / hn::MaxLanes(d4));
+    for (; x < width; ++x) {
+      TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
+      PixelSink sink(out + x * outPitch, kept, ptrdiff_t{4} * x);
+      RegisterState<decltype(d4), kPixelGroups> state;
+      RunBlock(d4, sums, shape, height, kPixelGroups, source, sink, state);
+    }
+  });
 }
 
 // Rows: pixel x of every row of the group, all channels, is one line of kLine values in a
@@ -366,6 +520,7 @@ namespace vitrella::kernels::vector {
 
 HWY_EXPORT(TrapezoidColumns8u);
 HWY_EXPORT(TrapezoidColumns32f);
+HWY_EXPORT(TrapezoidColumnsTransposed8u);
 HWY_EXPORT(TrapezoidRows8u);
 HWY_EXPORT(TrapezoidRows32f);
 
@@ -379,6 +534,14 @@ void TrapezoidColumns8u(const uint8_t* in, ptrdiff_t inPitch, uint8_t* out, ptrd
 void TrapezoidColumns32f(const float* in, ptrdiff_t inPitch, float* out, ptrdiff_t outPitch,
                          int32_t values, int32_t rows, const Trapezoid& shape, double scale) {
   HWY_DYNAMIC_DISPATCH(TrapezoidColumns32f)(in, inPitch, out, outPitch, values, rows, shape, scale);
+}
+
+void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int32_t height,
+                                  uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                  int32_t scale, const ByteDivision& division, int32_t anchor,
+                                  int32_t keptChannel) {
+  HWY_DYNAMIC_DISPATCH(TrapezoidColumnsTransposed8u)
+  (rows, width, height, out, outPitch, shape, scale, division, anchor, keptChannel);
 }
 
 void TrapezoidRows8u(const uint8_t* const* in, uint8_t* const* out, int32_t channels, int32_t count,

@@ -35,6 +35,15 @@ void TrapezoidColumns8u(const uint8_t* in, ptrdiff_t inPitch, uint8_t* out, ptrd
 void TrapezoidColumns32f(const float* in, ptrdiff_t inPitch, float* out, ptrdiff_t outPitch,
                          int32_t values, int32_t rows, const Trapezoid& shape, double scale);
 
+// Running sums down the columns of four-byte pixels, written transposed: pixel y of row x
+// of out, for x < width and y < height, gets the trapezoid over pixel x of rows[y] ..
+// rows[y + length - 1]; rows may repeat. keptChannel (or -1) is copied from rows[y + anchor]
+// instead. Same bounds as TrapezoidColumns8u.
+void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int32_t height,
+                                  uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                  int32_t scale, const ByteDivision& division, int32_t anchor,
+                                  int32_t keptChannel);
+
 // Running sums along kByteRowLine / channels (kFloatRowLine / channels) rows: pixel x of
 // out[r] gets the trapezoid over pixels x to x + length - 1 of in[r], for x < count.
 // Rows may repeat. The trapezoid is at most kRingLongestKernel long.

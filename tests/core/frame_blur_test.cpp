@@ -13,6 +13,7 @@
 #include "common/fake_host.h"
 #include "common/kernel_variants.h"
 #include "common/test_frame.h"
+#include "kernels/dispatch.h"
 
 namespace vitrella {
 namespace {
@@ -245,6 +246,30 @@ TEST(FrameBlur, TakesTwoScratchFramesFromTheAllocatorAndFailsWithout) {
   host.allocator.failAll = true;
   MemoryAllocator failing(&host);
   EXPECT_FALSE(FrameBlur(in, out, 7.0f, 4.0f, &failing, 1));
+}
+
+TEST(FrameBlur, LongKernelsBlurInPlaceThroughOneScratchFrame) {
+  testing::FakeHost host;
+  host.lendAllocator = true;
+  for (const Blur& blur : {Blur{45, 33, false}, Blur{12, 301, true}}) {
+    // The same picture twice: one stays as it was, the other is blurred in place.
+    TestFrame original(37, 23, PixelFormat8ARGB, 3);
+    TestFrame frame(37, 23, PixelFormat8ARGB, 3);
+    FillRandom(original, 6);
+    FillRandom(frame, 6);
+    FrameBuffer buffer;
+    buffer.AttachHost(frame.Host());
+    const int32_t before = host.allocator.allocations;
+    {
+      MemoryAllocator memory(&host);
+      ASSERT_TRUE(FrameBlur(buffer, buffer, static_cast<float>(blur.sizeX),
+                            static_cast<float>(blur.sizeY), &memory, blur.blurAlpha));
+    }
+    if (!kernels::UseReferenceKernels()) {
+      EXPECT_EQ(host.allocator.allocations - before, 1);
+    }
+    EXPECT_TRUE(MatchesReference(original, frame, blur, 0.0));
+  }
 }
 
 TEST(FrameBlur, WritesOnlyTheCommonExtent) {

@@ -283,7 +283,86 @@ TEST_P(LinearFilterOnEveryPath, LargeDivisorsRoundExactlyAtQuotientBoundaries) {
   }
 }
 
+// The transposed column filter on a table of rows that repeat and skip, as margins do:
+// every tile and its remainders, a kept channel, divisors that change the division's
+// method. The plain loops decline it, writing nothing; so do kernels it does not take.
+TEST_P(LinearFilterOnEveryPath, TransposedColumnsMatchTheDirectSumOnAnyRows) {
+  std::mt19937 random(21);
+  const bool plain = UseReferenceKernels();
+  for (int32_t n : {10, 31, 64}) {
+    for (int32_t shortBox : {1, n / 3, (n + 1) / 2}) {
+      const std::vector<int32_t> kernel = Trapezoid(n, shortBox, shortBox == 1 ? 3 : 1);
+      const int32_t sum = Sum(kernel);
+      for (int32_t divisor : {sum, sum + 7, (1 << 14) + 3}) {
+        const int32_t width = 1 + static_cast<int32_t>(random() % 40);
+        const int32_t height = 1 + static_cast<int32_t>(random() % 40);
+        const int32_t anchor = static_cast<int32_t>(random() % n);
+        const int32_t kept =
+            divisor == sum ? kFilterAllChannels : static_cast<int32_t>(divisor % 4);
+        // Source rows of odd length, chosen at random, so rows repeat and their addresses
+        // have every alignment.
+        const int32_t sourceRows = 7;
+        const int32_t rowBytes = 4 * width + 3;
+        std::vector<uint8_t> source(static_cast<size_t>(sourceRows) * rowBytes);
+        for (uint8_t& v : source)
+          v = static_cast<uint8_t>(random());
+        std::vector<const uint8_t*> rows(static_cast<size_t>(height + n - 1));
+        for (const uint8_t*& row : rows)
+          row = source.data() + (random() % sourceRows) * rowBytes + (random() % 4);
+        // width rows of height pixels, in a buffer one pixel wider and one row taller.
+        const ptrdiff_t pitch = 4 * (height + 1);
+        std::vector<uint8_t> out(static_cast<size_t>(pitch) * (width + 1), kSentinel);
+        const bool taken = TransposedColumnFilter8u_C4(rows.data(), width, height,
+                                                       {out.data(), pitch, height, width},
+                                                       kernel.data(), n, anchor, divisor, kept);
+        ASSERT_EQ(taken, !plain) << n << " " << shortBox << " " << divisor;
+        for (int32_t x = 0; x <= width; ++x) {
+          for (int32_t y = 0; y <= height; ++y) {
+            for (int32_t c = 0; c < 4; ++c) {
+              uint8_t want = kSentinel;
+              if (taken && x < width && y < height) {
+                int64_t total = 0;
+                for (int32_t i = 0; i < n; ++i)
+                  total += int64_t{kernel[i]} * rows[y + i][4 * x + c];
+                want = c == kept ? rows[y + anchor][4 * x + c] : ExpectedByte(total, divisor);
+              }
+              ASSERT_EQ(out[x * pitch + 4 * y + c], want)
+                  << n << " " << shortBox << " " << divisor << " at " << x << "," << y << "," << c;
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
 INSTANTIATE_ON_EVERY_KERNEL_PATH(LinearFilterOnEveryPath);
+
+TEST(LinearFilter, TransposedColumnsDeclineWhatTheyDoNotTake) {
+  uint8_t pixels[64 * 64] = {};
+  std::vector<const uint8_t*> rows(80, pixels);
+  const ImageView dst{pixels, 64, 16, 16};
+  const std::vector<int32_t> triangle = Trapezoid(31, 16, 1);
+  std::vector<int32_t> bumpy = triangle;
+  bumpy[7] += 1;
+  const int32_t sum = Sum(triangle);
+  const std::vector<int32_t> shortTriangle = Trapezoid(9, 5, 1);
+  EXPECT_TRUE(TakesTransposedColumnFilter8u(triangle.data(), 31, sum) == !UseReferenceKernels());
+  EXPECT_FALSE(TakesTransposedColumnFilter8u(shortTriangle.data(), 9, Sum(shortTriangle)));
+  EXPECT_FALSE(TakesTransposedColumnFilter8u(bumpy.data(), 31, sum));
+  EXPECT_FALSE(TakesTransposedColumnFilter8u(triangle.data(), 31, 0));
+  EXPECT_FALSE(TakesTransposedColumnFilter8u(nullptr, 31, sum));
+  EXPECT_FALSE(TransposedColumnFilter8u_C4(nullptr, 16, 16, dst, triangle.data(), 31, 15, sum, -1));
+  // dst must hold width rows of height pixels.
+  EXPECT_FALSE(
+      TransposedColumnFilter8u_C4(rows.data(), 17, 16, dst, triangle.data(), 31, 15, sum, -1));
+  EXPECT_FALSE(
+      TransposedColumnFilter8u_C4(rows.data(), 16, 16, dst, triangle.data(), 31, 31, sum, -1));
+  EXPECT_FALSE(
+      TransposedColumnFilter8u_C4(rows.data(), 16, 16, dst, triangle.data(), 31, 15, sum, 4));
+  EXPECT_FALSE(
+      TransposedColumnFilter8u_C4(rows.data(), 0, 16, dst, triangle.data(), 31, 15, sum, -1));
+}
 
 TEST(LinearFilter, ReportsBadArguments) {
   uint8_t pixels[256] = {};
