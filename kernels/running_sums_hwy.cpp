@@ -98,62 +98,52 @@ struct FloatSums {
   }
 };
 
-// The running state of a block of vectors, the short box, the total T and its change D,
-// in registers, where a step need not wait for the last one's stores.
-template <class DA, int32_t kGroups>
-struct RegisterState {
-  hn::Vec<DA> box[kGroups];
-  hn::Vec<DA> total[kGroups];
-  hn::Vec<DA> diff[kGroups];
-
-  HWY_INLINE hn::Vec<DA> Box(DA, int32_t i) const { return box[i]; }
-  HWY_INLINE hn::Vec<DA> Total(DA, int32_t i) const { return total[i]; }
-  HWY_INLINE hn::Vec<DA> Diff(DA, int32_t i) const { return diff[i]; }
-  HWY_INLINE void SetBox(DA, int32_t i, hn::Vec<DA> v) { box[i] = v; }
-  HWY_INLINE void SetTotal(DA, int32_t i, hn::Vec<DA> v) { total[i] = v; }
-  HWY_INLINE void SetDiff(DA, int32_t i, hn::Vec<DA> v) { diff[i] = v; }
-};
-
-// `groups` vectors of values down all output lines. The source gives input lines: Ready(p)
+// kGroups vectors of values down all output lines. The source gives input lines: Ready(p)
 // before lines up to p are read, Line(p) their addresses, Early(p) an address to fetch
-// early or null; the sink gives the addresses of output lines.
-template <class DA, class Sums, class Source, class Sink, class State>
+// early or null; the sink gives the addresses of output lines. The running state (the
+// short box, the total T and its change D) stays in registers, where a step need not wait
+// for the last one's stores: the group loops unroll completely, so that the compiler can
+// keep each vector of the state apart.
+template <int32_t kGroups, class DA, class Sums, class Source, class Sink>
 HWY_INLINE void RunBlock(DA da, const Sums& sums, const Trapezoid& shape, int32_t lines,
-                         int32_t groups, Source& source, Sink& sink, State& state) {
+                         Source& source, Sink& sink) {
   const int32_t a = shape.shortBox;
   const int32_t b = shape.longBox;
   const int32_t n = shape.Length();
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(da));
   const auto load = [&](int32_t p, int32_t i) { return sums.Load(da, source.Line(p) + i * lanes); };
   const auto finish = sums.Finish(da);
+  hn::Vec<DA> box[kGroups];
+  hn::Vec<DA> total[kGroups];
+  hn::Vec<DA> diff[kGroups];
   source.Ready(lines < 2 ? n - 1 : n);
-  for (int32_t i = 0; i < groups; ++i) {
-    auto sum = load(0, i);
+  HWY_UNROLL(16)
+  for (int32_t i = 0; i < kGroups; ++i) {
+    box[i] = load(0, i);
     for (int32_t j = 1; j < a; ++j)
-      sum = hn::Add(sum, load(j, i));
-    state.SetBox(da, i, sum);
-    state.SetDiff(da, i, hn::Neg(sum));  // D(1) = last box - first box
-    state.SetTotal(da, i, sums.Start(da));
+      box[i] = hn::Add(box[i], load(j, i));
+    diff[i] = hn::Neg(box[i]);  // D(1) = last box - first box
+    total[i] = sums.Start(da);
   }
   for (int32_t p = 0; p < b; ++p) {
-    for (int32_t i = 0; i < groups; ++i) {
-      const auto box = state.Box(da, i);
-      state.SetTotal(da, i, hn::Add(state.Total(da, i), box));
-      if (p + 1 < b) state.SetBox(da, i, hn::Sub(hn::Add(box, load(p + a, i)), load(p, i)));
+    HWY_UNROLL(16)
+    for (int32_t i = 0; i < kGroups; ++i) {
+      total[i] = hn::Add(total[i], box[i]);
+      if (p + 1 < b) box[i] = hn::Sub(hn::Add(box[i], load(p + a, i)), load(p, i));
     }
   }
   auto* first = sink.Line(0);
-  for (int32_t i = 0; i < groups; ++i)
-    finish.Store(da, state.Total(da, i), first + i * lanes);
+  HWY_UNROLL(16)
+  for (int32_t i = 0; i < kGroups; ++i)
+    finish.Store(da, total[i], first + i * lanes);
   if (lines < 2) return;
   auto* second = sink.Line(1);
-  for (int32_t i = 0; i < groups; ++i) {
-    const auto last = hn::Sub(hn::Add(state.Box(da, i), load(n, i)), load(b - 1, i));
-    const auto d = hn::Add(state.Diff(da, i), last);
-    const auto t = hn::Add(state.Total(da, i), d);
-    state.SetDiff(da, i, d);
-    state.SetTotal(da, i, t);
-    finish.Store(da, t, second + i * lanes);
+  HWY_UNROLL(16)
+  for (int32_t i = 0; i < kGroups; ++i) {
+    const auto last = hn::Sub(hn::Add(box[i], load(n, i)), load(b - 1, i));
+    diff[i] = hn::Add(diff[i], last);
+    total[i] = hn::Add(total[i], diff[i]);
+    finish.Store(da, total[i], second + i * lanes);
   }
   for (int32_t k = 2; k < lines; ++k) {
     source.Ready(k + n - 1);
@@ -165,18 +155,17 @@ HWY_INLINE void RunBlock(DA da, const Sums& sums, const Trapezoid& shape, int32_
     auto* to = sink.Line(k);
     if (early != nullptr) {
       hwy::Prefetch(early);
-      hwy::Prefetch(early + groups * lanes - 1);
+      hwy::Prefetch(early + kGroups * lanes - 1);
     }
-    for (int32_t i = 0; i < groups; ++i) {
+    HWY_UNROLL(16)
+    for (int32_t i = 0; i < kGroups; ++i) {
       const int32_t v = i * lanes;
       const auto rise = hn::Sub(sums.Load(da, lead + v), sums.Load(da, lagLong + v));
       const auto change =
           hn::Add(hn::Sub(rise, sums.Load(da, lagShort + v)), sums.Load(da, tail + v));
-      const auto d = hn::Add(state.Diff(da, i), change);
-      const auto t = hn::Add(state.Total(da, i), d);
-      state.SetDiff(da, i, d);
-      state.SetTotal(da, i, t);
-      finish.Store(da, t, to + v);
+      diff[i] = hn::Add(diff[i], change);
+      total[i] = hn::Add(total[i], diff[i]);
+      finish.Store(da, total[i], to + v);
     }
   }
 }
@@ -216,8 +205,7 @@ void RunColumns(const Sums& sums, const T* in, ptrdiff_t inPitch, T* out, ptrdif
   const auto block = [&](auto d, int32_t first, auto groups) {
     RowLines<T> source{in + first, inPitch, inputRows};
     RowSink<T> sink{out + first, outPitch};
-    RegisterState<decltype(d), groups()> state;
-    RunBlock(d, sums, shape, rows, groups(), source, sink, state);
+    RunBlock<groups()>(d, sums, shape, rows, source, sink);
   };
   int32_t v = 0;
   for (; v + kGroups * lanes <= values; v += kGroups * lanes)
@@ -310,7 +298,9 @@ class TransposeSink {
   }
 
  private:
-  void Flush(int32_t first, int32_t count) {
+  // Out of line: the transpose needs every vector register, and inlined it would push the
+  // running state out of them for every line, not just every N-th.
+  HWY_NOINLINE void Flush(int32_t first, int32_t count) {
     const DU du;
     const hn::Repartition<uint8_t, DU> d8;
     hn::Vec<DU> v[kN];
@@ -397,8 +387,7 @@ void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int
     for (; x + kN <= width; x += kN) {
       TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
       TransposeSink<decltype(du)> sink(out + x * outPitch, outPitch, kept, ptrdiff_t{4} * x);
-      RegisterState<decltype(da), 4> state;
-      RunBlock(da, sums, shape, height, 4, source, sink, state);
+      RunBlock<4>(da, sums, shape, height, source, sink);
     }
 #endif
     const hn::CappedTag<int32_t, 4> d4;
@@ -406,8 +395,7 @@ void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int
     for (; x < width; ++x) {
       TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
       PixelSink sink(out + x * outPitch, kept, ptrdiff_t{4} * x);
-      RegisterState<decltype(d4), kPixelGroups> state;
-      RunBlock(d4, sums, shape, height, kPixelGroups, source, sink, state);
+      RunBlock<kPixelGroups>(d4, sums, shape, height, source, sink);
     }
   });
 }
@@ -482,8 +470,7 @@ void RunRows(const Sums& sums, const T* const* in, T* const* out, int32_t count,
   constexpr int32_t kGroups = static_cast<int32_t>(kLine / hn::MaxLanes(da));
   RingLines<T, kLine, kChannels> source(in, count + shape.Length() - 1);
   ScatterSink<T, kLine, kChannels> sink(out);
-  RegisterState<decltype(da), kGroups> state;
-  RunBlock(da, sums, shape, count, kGroups, source, sink, state);
+  RunBlock<kGroups>(da, sums, shape, count, source, sink);
 }
 
 template <int32_t kChannels>
