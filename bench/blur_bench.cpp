@@ -2,7 +2,7 @@
 // sepFilter2D with the same triangle as a normalised CV_32F kernel, edges replicated; and
 // the row filter alone on a frame with its border, beside OpenCV's row-only filter.
 //
-// FrameBlur takes its two scratch frames from a host that keeps freed images for the next
+// FrameBlur takes its scratch frames from a host that keeps freed images for the next
 // render, as a host's pool does: memory that comes fresh from the system costs its first
 // touch as well (about 6 ms for the 16 MB of FrameBlur3, far more than the blur), and
 // whether it does depends on the state of the C library's allocator.
