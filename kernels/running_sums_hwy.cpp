@@ -170,7 +170,7 @@ HWY_INLINE void RunBlock(DA da, const Sums& sums, const Trapezoid& shape, int32_
   }
 }
 
-// Columns: the values of a row side by side, in strips; the rows of a strip lie a pitch
+// Columns: the values of a row side by side, in blocks; the rows of a block lie a pitch
 // apart, too far for the processor to fetch them early itself.
 template <typename T>
 struct RowLines {
