@@ -102,42 +102,64 @@ std::unique_ptr<const uint8_t* []> ClampedRows(const uint8_t* base, ptrdiff_t pi
   return rows;
 }
 
-// Four-channel bytes in the destination's order blur without margins: the column pass reads
-// the source through clamped rows and writes its result transposed, so that the row pass
-// filters columns too, and writes back transposed into place. The edges come out as with
-// margins: the inner rectangle repeats outward, and the rows outside it copy its first
-// and last rows. False, with nothing written, where the kernels filter with margins only.
+// The transposed column pass of one kernel on the destination's format.
+bool TransposedPass(PixelFormat format, const uint8_t* const* rows, int32_t width, int32_t height,
+                    kernels::ImageView to, const Triangle& kernel, int32_t copiedChannel) {
+  const int32_t n = kernel.length;
+  if (format == PixelFormat8BGRA || format == PixelFormat8ARGB) {
+    return kernels::TransposedColumnFilter8u_C4(rows, width, height, to, kernel.weights, n, n / 2,
+                                                kernel.sum, copiedChannel);
+  }
+  return kernels::TransposedColumnFilter32f_C4(rows, width, height, to, kernel.normalised, n, n / 2,
+                                               copiedChannel);
+}
+
+bool TakesTransposedPass(PixelFormat format, const Triangle& kernel) {
+  switch (format) {
+    case PixelFormat8BGRA:
+    case PixelFormat8ARGB:
+      return kernels::TakesTransposedColumnFilter8u(kernel.weights, kernel.length, kernel.sum);
+    case PixelFormat32FBGRA:
+    case PixelFormat32FARGB:
+      return kernels::TakesTransposedColumnFilter32f(kernel.normalised, kernel.length);
+    default:
+      return false;
+  }
+}
+
+// Four-channel pictures in the destination's order blur without margins: the column pass
+// reads the source through clamped rows and writes its result transposed, so that the row
+// pass filters columns too, and writes back transposed into place. The edges come out as
+// with margins: the inner rectangle repeats outward, and the rows outside it copy its
+// first and last rows. False, with nothing written, where the kernels filter with margins
+// only.
 bool BlurTransposed(const FrameBuffer& src, FrameBuffer& dst, int32_t width, int32_t height,
                     const Triangle& kernelX, const Triangle& kernelY, int32_t insetX,
                     int32_t insetY, int32_t copiedChannel, MemoryAllocator* allocator) {
-  using kernels::TakesTransposedColumnFilter8u, kernels::TransposedColumnFilter8u_C4;
-  const bool bytes = dst.format == PixelFormat8BGRA || dst.format == PixelFormat8ARGB;
-  if (!bytes || src.format != dst.format ||
-      !TakesTransposedColumnFilter8u(kernelX.weights, kernelX.length, kernelX.sum) ||
-      !TakesTransposedColumnFilter8u(kernelY.weights, kernelY.length, kernelY.sum)) {
+  const PixelFormat format = dst.format;
+  if (src.format != format || !TakesTransposedPass(format, kernelX) ||
+      !TakesTransposedPass(format, kernelY)) {
     return false;
   }
+  const int32_t bytes = dst.pixelBytes;
   const int32_t innerWidth = width - 2 * insetX;
   const int32_t innerHeight = height - 2 * insetY;
   const int32_t nx = kernelX.length;
   const int32_t ny = kernelY.length;
   FrameBuffer turned;
-  if (!turned.Allocate(innerHeight, innerWidth, 4, allocator, dst.format, false)) return false;
-  const auto down = ClampedRows(src.data, src.pitch, ptrdiff_t{4} * insetX, innerHeight + ny - 1,
-                                ny / 2 - insetY, insetY, height - 1 - insetY);
+  if (!turned.Allocate(innerHeight, innerWidth, bytes, allocator, format, false)) return false;
+  const auto down = ClampedRows(src.data, src.pitch, ptrdiff_t{bytes} * insetX,
+                                innerHeight + ny - 1, ny / 2 - insetY, insetY, height - 1 - insetY);
   const auto across =
       ClampedRows(turned.data, turned.pitch, 0, width + nx - 1, nx / 2 + insetX, 0, innerWidth - 1);
+  const kernels::ImageView inner = dst.View().Sub(0, insetY, width, innerHeight, bytes);
   if (down == nullptr || across == nullptr ||
-      !TransposedColumnFilter8u_C4(down.get(), innerWidth, innerHeight, turned.View(),
-                                   kernelY.weights, ny, ny / 2, kernelY.sum, copiedChannel)) {
+      !TransposedPass(format, down.get(), innerWidth, innerHeight, turned.View(), kernelY,
+                      copiedChannel) ||
+      !TransposedPass(format, across.get(), innerHeight, width, inner, kernelX, copiedChannel)) {
     return false;
   }
-  const kernels::ImageView inner = dst.View().Sub(0, insetY, width, innerHeight, 4);
-  if (!TransposedColumnFilter8u_C4(across.get(), innerHeight, width, inner, kernelX.weights, nx,
-                                   nx / 2, kernelX.sum, copiedChannel)) {
-    return false;
-  }
-  const size_t rowBytes = size_t{4} * static_cast<size_t>(width);
+  const size_t rowBytes = static_cast<size_t>(bytes) * static_cast<size_t>(width);
   for (int32_t y = 0; y < insetY; ++y) {
     std::memcpy(dst.View().Row(y), inner.Row(0), rowBytes);
     std::memcpy(dst.View().Row(height - 1 - y), inner.Row(innerHeight - 1), rowBytes);

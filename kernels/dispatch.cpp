@@ -22,7 +22,9 @@ void SelectKernelPath() {
   hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
-bool UseReferenceKernels() { return g_reference.load(std::memory_order_relaxed); }
+bool UseReferenceKernels() {
+  return g_reference.load(std::memory_order_relaxed);
+}
 
 std::vector<KernelVariant> KernelVariants() {
   std::vector<KernelVariant> variants{{"reference", 0}};

@@ -8,7 +8,8 @@ namespace {
 
 void Gauss3x3Row8u(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, uint8_t* out,
                    int32_t count) {
-  for (int32_t i = 0; i < count; ++i) out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
+  for (int32_t i = 0; i < count; ++i)
+    out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
 }
 
 void Gauss5x5Row8u(const uint8_t* const* rows, uint8_t* out, int32_t count) {
@@ -24,9 +25,9 @@ void Gauss5x5Row8u(const uint8_t* const* rows, uint8_t* out, int32_t count) {
   }
 }
 
-void Gauss3x3Row32f(const float* r0, const float* r1, const float* r2, float* out,
-                    int32_t count) {
-  for (int32_t i = 0; i < count; ++i) out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
+void Gauss3x3Row32f(const float* r0, const float* r1, const float* r2, float* out, int32_t count) {
+  for (int32_t i = 0; i < count; ++i)
+    out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
 }
 
 void Gauss5x5Row32f(const float* const* rows, float* out, int32_t count) {

@@ -37,7 +37,8 @@ void Gauss3x3Row8u(const uint8_t* HWY_RESTRICT r0, const uint8_t* HWY_RESTRICT r
     const auto rounded = hn::ShiftRight<4>(hn::Add(hn::Add(sum, odd), seven));
     hn::StoreU(hn::DemoteTo(d8, rounded), d8, out + i);
   }
-  for (; i < count; ++i) out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
+  for (; i < count; ++i)
+    out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
 }
 
 template <class D>
@@ -60,7 +61,8 @@ void Gauss3x3Row32f(const float* HWY_RESTRICT r0, const float* HWY_RESTRICT r1,
     const auto sum = hn::Add(hn::Add(Taps121(d, r0 + i), hn::Add(b, b)), Taps121(d, r2 + i));
     hn::StoreU(hn::Mul(sum, sixteenth), d, out + i);
   }
-  for (; i < count; ++i) out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
+  for (; i < count; ++i)
+    out[i] = Gauss3x3Tap(r0 + i, r1 + i, r2 + i);
 }
 
 }  // namespace vitrella::kernels::HWY_NAMESPACE
@@ -77,8 +79,7 @@ void Gauss3x3Row8u(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, uint
   HWY_DYNAMIC_DISPATCH(Gauss3x3Row8u)(r0, r1, r2, out, count);
 }
 
-void Gauss3x3Row32f(const float* r0, const float* r1, const float* r2, float* out,
-                    int32_t count) {
+void Gauss3x3Row32f(const float* r0, const float* r1, const float* r2, float* out, int32_t count) {
   HWY_DYNAMIC_DISPATCH(Gauss3x3Row32f)(r0, r1, r2, out, count);
 }
 

@@ -9,7 +9,6 @@ namespace vitrella::kernels::vector {
 // values per pixel, `count` values; the rows have one pixel of border on each side.
 void Gauss3x3Row8u(const uint8_t* r0, const uint8_t* r1, const uint8_t* r2, uint8_t* out,
                    int32_t count);
-void Gauss3x3Row32f(const float* r0, const float* r1, const float* r2, float* out,
-                    int32_t count);
+void Gauss3x3Row32f(const float* r0, const float* r1, const float* r2, float* out, int32_t count);
 
 }  // namespace vitrella::kernels::vector

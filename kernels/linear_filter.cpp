@@ -357,6 +357,20 @@ bool TransposedShape(const int32_t* kernel, int32_t length, int32_t divisor, Tra
   return true;
 }
 
+bool TransposedShape32f(const float* kernel, int32_t length, Trapezoid* shape, double* scale) {
+  return kernel != nullptr && length > kLongestDirect32f && !UseReferenceKernels() &&
+         FindTrapezoid(kernel, length, shape, scale);
+}
+
+// What both transposed filters refuse.
+bool BadTransposedArguments(const void* rows, int32_t width, int32_t height, ImageView dst,
+                            int32_t length, int32_t anchor, int32_t copiedChannel) {
+  return rows == nullptr || CheckView(dst) != kOk || width < 1 || height < 1 ||
+         dst.width < height || dst.height < width || anchor < 0 || anchor >= length ||
+         copiedChannel < kFilterAllChannels || copiedChannel > 3 ||
+         int64_t{height} + length > INT32_MAX;
+}
+
 }  // namespace
 
 bool TakesTransposedColumnFilter8u(const int32_t* kernel, int32_t length, int32_t divisor) {
@@ -372,14 +386,32 @@ bool TransposedColumnFilter8u_C4(const uint8_t* const* rows, int32_t width, int3
   Trapezoid shape;
   int32_t scale = 0;
   ByteDivision division;
-  if (rows == nullptr || CheckView(dst) != kOk || width < 1 || height < 1 || dst.width < height ||
-      dst.height < width || anchor < 0 || anchor >= length || copiedChannel < kFilterAllChannels ||
-      copiedChannel > 3 || int64_t{height} + length > INT32_MAX ||
+  if (BadTransposedArguments(rows, width, height, dst, length, anchor, copiedChannel) ||
       !TransposedShape(kernel, length, divisor, &shape, &scale, &division)) {
     return false;
   }
   vector::TrapezoidColumnsTransposed8u(rows, width, height, dst.data, dst.pitch, shape, scale,
                                        division, anchor, copiedChannel);
+  return true;
+}
+
+bool TakesTransposedColumnFilter32f(const float* kernel, int32_t length) {
+  Trapezoid shape;
+  double scale = 0.0;
+  return TransposedShape32f(kernel, length, &shape, &scale);
+}
+
+bool TransposedColumnFilter32f_C4(const uint8_t* const* rows, int32_t width, int32_t height,
+                                  ImageView dst, const float* kernel, int32_t length,
+                                  int32_t anchor, int32_t copiedChannel) {
+  Trapezoid shape;
+  double scale = 0.0;
+  if (BadTransposedArguments(rows, width, height, dst, length, anchor, copiedChannel) ||
+      !TransposedShape32f(kernel, length, &shape, &scale)) {
+    return false;
+  }
+  vector::TrapezoidColumnsTransposed32f(rows, width, height, dst.data, dst.pitch, shape, scale,
+                                        anchor, copiedChannel);
   return true;
 }
 

@@ -54,17 +54,22 @@ Status ColumnFilter32f_C4(ConstImageView src, ImageView dst, const float* kernel
 Status ColumnFilter32f_C1(ConstImageView src, ImageView dst, const float* kernel, int32_t length,
                           int32_t anchor);
 
-// The column filter of four-channel bytes for a picture given as a table of row addresses,
-// written transposed:
+// The column filter of four-channel pictures given as a table of row addresses, written
+// transposed:
 //   dst(y, x) = sum over i of kernel[i] * rows[y + i](x),  x < width, y < height,
 // so row x of dst holds column x of the result. The table holds height + length - 1 rows
 // and may repeat rows, which repeats edges without margins; filtering rows is this applied
-// to the transposed picture. copiedChannel's values come from rows[y + anchor]. Rounding
-// as above. Only trapezoids longer than a few taps go this way, in the vector code: for
-// others, the plain loops, or bad arguments it returns false and writes nothing.
+// to the transposed picture. copiedChannel's values come from rows[y + anchor]. Results
+// as the column filters above give them. Only trapezoids longer than a few taps go this
+// way, in the vector code: for others, the plain loops, or bad arguments these return
+// false and write nothing. The Takes functions say beforehand whether a kernel goes.
 bool TakesTransposedColumnFilter8u(const int32_t* kernel, int32_t length, int32_t divisor);
 bool TransposedColumnFilter8u_C4(const uint8_t* const* rows, int32_t width, int32_t height,
                                  ImageView dst, const int32_t* kernel, int32_t length,
                                  int32_t anchor, int32_t divisor, int32_t copiedChannel);
+bool TakesTransposedColumnFilter32f(const float* kernel, int32_t length);
+bool TransposedColumnFilter32f_C4(const uint8_t* const* rows, int32_t width, int32_t height,
+                                  ImageView dst, const float* kernel, int32_t length,
+                                  int32_t anchor, int32_t copiedChannel);
 
 }  // namespace vitrella::kernels

@@ -236,11 +236,11 @@ void TrapezoidColumns32f(const float* in, ptrdiff_t inPitch, float* out, ptrdiff
 // again restores the picture's orientation.
 template <typename T>
 struct TableLines {
-  const T* const* rows;
-  ptrdiff_t offset;
+  const uint8_t* const* rows;
+  ptrdiff_t offset;  // bytes
   int32_t count;
   HWY_INLINE void Ready(int32_t) const {}
-  HWY_INLINE const T* Line(int32_t p) const { return rows[p] + offset; }
+  HWY_INLINE const T* Line(int32_t p) const { return reinterpret_cast<const T*>(rows[p] + offset); }
   HWY_INLINE const T* Early(int32_t p) const { return p < count ? Line(p) : nullptr; }
 };
 
@@ -400,6 +400,84 @@ void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int
   });
 }
 
+// Output lines of a block of four-float pixels, each pixel stored into its own row: pixel j
+// of line k lands at pixel k of row j. A pixel is a whole 16-byte piece, so the transpose
+// needs no tile.
+template <int32_t kMaxPixels>
+class PixelScatterSink {
+ public:
+  PixelScatterSink(uint8_t* out, ptrdiff_t pitch, int32_t pixels, int32_t keptChannel,
+                   const uint8_t* const* keptRows, ptrdiff_t offset)
+      : out_(out),
+        pitch_(pitch),
+        pixels_(pixels),
+        keptChannel_(keptChannel),
+        keptRows_(keptRows),
+        offset_(offset) {}
+  ~PixelScatterSink() { Flush(); }
+  PixelScatterSink(const PixelScatterSink&) = delete;
+  PixelScatterSink& operator=(const PixelScatterSink&) = delete;
+
+  HWY_INLINE float* Line(int32_t k) {
+    Flush();
+    pending_ = k;
+    return staged_;
+  }
+
+ private:
+  HWY_INLINE void Flush() {
+    if (pending_ < 0) return;
+    constexpr size_t kPixel = 4 * sizeof(float);
+    if (keptChannel_ >= 0) {
+      const uint8_t* from = keptRows_[pending_] + offset_;
+      for (int32_t j = 0; j < pixels_; ++j) {
+        std::memcpy(staged_ + 4 * j + keptChannel_, from + j * kPixel + keptChannel_ * 4, 4);
+      }
+    }
+    for (int32_t j = 0; j < pixels_; ++j)
+      std::memcpy(out_ + j * pitch_ + pending_ * ptrdiff_t{kPixel}, staged_ + 4 * j, kPixel);
+  }
+
+  uint8_t* out_;
+  ptrdiff_t pitch_;
+  int32_t pixels_;
+  int32_t keptChannel_;
+  const uint8_t* const* keptRows_;  // advanced by the anchor
+  ptrdiff_t offset_;
+  int32_t pending_ = -1;
+  HWY_ALIGN float staged_[4 * kMaxPixels] = {};
+};
+
+void TrapezoidColumnsTransposed32f(const uint8_t* const* rows, int32_t width, int32_t height,
+                                   uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                   double scale, int32_t anchor, int32_t keptChannel) {
+  const int32_t inputRows = height + shape.Length() - 1;
+  const FloatSums sums{scale};
+  // Four vectors of double sums hold the four channels of a few pixels.
+  constexpr int32_t kGroups = 4;
+  const hn::ScalableTag<double> da;
+  constexpr int32_t kMaxPixels = static_cast<int32_t>(hn::MaxLanes(da));
+  const int32_t pixels = static_cast<int32_t>(hn::Lanes(da));
+  const ptrdiff_t pixelBytes = 4 * sizeof(float);
+  int32_t x = 0;
+  if (pixels > 1) {
+    for (; x + pixels <= width; x += pixels) {
+      TableLines<float> source{rows, pixelBytes * x, inputRows};
+      PixelScatterSink<kMaxPixels> sink(out + x * outPitch, outPitch, pixels, keptChannel,
+                                        rows + anchor, pixelBytes * x);
+      RunBlock<kGroups>(da, sums, shape, height, source, sink);
+    }
+  }
+  const hn::CappedTag<double, 4> d4;
+  constexpr int32_t kPixelGroups = static_cast<int32_t>(4 / hn::MaxLanes(d4));
+  for (; x < width; ++x) {
+    TableLines<float> source{rows, pixelBytes * x, inputRows};
+    PixelScatterSink<1> sink(out + x * outPitch, outPitch, 1, keptChannel, rows + anchor,
+                             pixelBytes * x);
+    RunBlock<kPixelGroups>(d4, sums, shape, height, source, sink);
+  }
+}
+
 // Rows: pixel x of every row of the group, all channels, is one line of kLine values in a
 // ring of recent lines; each line is gathered once, a few lines before the window reaches
 // it (a vector load right after the narrow stores that assemble it would wait for them to
@@ -508,6 +586,7 @@ namespace vitrella::kernels::vector {
 HWY_EXPORT(TrapezoidColumns8u);
 HWY_EXPORT(TrapezoidColumns32f);
 HWY_EXPORT(TrapezoidColumnsTransposed8u);
+HWY_EXPORT(TrapezoidColumnsTransposed32f);
 HWY_EXPORT(TrapezoidRows8u);
 HWY_EXPORT(TrapezoidRows32f);
 
@@ -529,6 +608,13 @@ void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int
                                   int32_t keptChannel) {
   HWY_DYNAMIC_DISPATCH(TrapezoidColumnsTransposed8u)
   (rows, width, height, out, outPitch, shape, scale, division, anchor, keptChannel);
+}
+
+void TrapezoidColumnsTransposed32f(const uint8_t* const* rows, int32_t width, int32_t height,
+                                   uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                   double scale, int32_t anchor, int32_t keptChannel) {
+  HWY_DYNAMIC_DISPATCH(TrapezoidColumnsTransposed32f)
+  (rows, width, height, out, outPitch, shape, scale, anchor, keptChannel);
 }
 
 void TrapezoidRows8u(const uint8_t* const* in, uint8_t* const* out, int32_t channels, int32_t count,

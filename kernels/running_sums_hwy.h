@@ -44,6 +44,11 @@ void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int
                                   int32_t scale, const ByteDivision& division, int32_t anchor,
                                   int32_t keptChannel);
 
+// The same for four-float pixels, rows given by their byte addresses; sums in double.
+void TrapezoidColumnsTransposed32f(const uint8_t* const* rows, int32_t width, int32_t height,
+                                   uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                   double scale, int32_t anchor, int32_t keptChannel);
+
 // Running sums along kByteRowLine / channels (kFloatRowLine / channels) rows: pixel x of
 // out[r] gets the trapezoid over pixels x to x + length - 1 of in[r], for x < count.
 // Rows may repeat. The trapezoid is at most kRingLongestKernel long.

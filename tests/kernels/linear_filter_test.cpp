@@ -336,6 +336,61 @@ TEST_P(LinearFilterOnEveryPath, TransposedColumnsMatchTheDirectSumOnAnyRows) {
   }
 }
 
+// The same for four-float pixels: sums within float rounding of the direct one, the kept
+// channel copied bit for bit.
+TEST_P(LinearFilterOnEveryPath, TransposedFloatColumnsMatchTheDirectSumOnAnyRows) {
+  std::mt19937 random(22);
+  const bool plain = UseReferenceKernels();
+  for (int32_t n : {8, 31, 64}) {
+    for (int32_t shortBox : {1, (n + 1) / 2}) {
+      const std::vector<int32_t> steps = Trapezoid(n, shortBox, 1);
+      std::vector<float> kernel(steps.size());
+      for (size_t i = 0; i < steps.size(); ++i)
+        kernel[i] = static_cast<float>(steps[i]) / static_cast<float>(Sum(steps));
+      for (int32_t kept : {kFilterAllChannels, 3, 0}) {
+        const int32_t width = 1 + static_cast<int32_t>(random() % 20);
+        const int32_t height = 1 + static_cast<int32_t>(random() % 20);
+        const int32_t anchor = static_cast<int32_t>(random() % n);
+        const int32_t sourceRows = 5;
+        std::vector<float> source(static_cast<size_t>(sourceRows) * 4 * width);
+        for (float& v : source)
+          v = std::uniform_real_distribution<float>(-0.25f, 1.25f)(random);
+        std::vector<const uint8_t*> rows(static_cast<size_t>(height + n - 1));
+        for (const uint8_t*& row : rows)
+          row =
+              reinterpret_cast<const uint8_t*>(source.data() + (random() % sourceRows) * 4 * width);
+        const ptrdiff_t pitch = 16 * (height + 1);
+        std::vector<float> out(static_cast<size_t>(4 * (height + 1)) * (width + 1), -7.0f);
+        const bool taken = TransposedColumnFilter32f_C4(
+            rows.data(), width, height,
+            {reinterpret_cast<uint8_t*>(out.data()), pitch, height, width}, kernel.data(), n,
+            anchor, kept);
+        ASSERT_EQ(taken, !plain) << n << " " << shortBox;
+        const auto value = [&](int32_t row, int32_t x, int32_t c) {
+          return reinterpret_cast<const float*>(rows[row])[4 * x + c];
+        };
+        for (int32_t x = 0; x <= width; ++x) {
+          for (int32_t y = 0; y <= height; ++y) {
+            for (int32_t c = 0; c < 4; ++c) {
+              const float got = out[static_cast<size_t>(x * (height + 1) + y) * 4 + c];
+              if (!taken || x == width || y == height) {
+                ASSERT_EQ(got, -7.0f) << "wrote outside at " << x << "," << y;
+              } else if (c == kept) {
+                ASSERT_EQ(got, value(y + anchor, x, c));
+              } else {
+                double want = 0.0;
+                for (int32_t i = 0; i < n; ++i)
+                  want += static_cast<double>(kernel[i]) * value(y + i, x, c);
+                ASSERT_NEAR(got, want, 2e-6) << n << " " << shortBox << " at " << x << "," << y;
+              }
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
 INSTANTIATE_ON_EVERY_KERNEL_PATH(LinearFilterOnEveryPath);
 
 TEST(LinearFilter, TransposedColumnsDeclineWhatTheyDoNotTake) {
@@ -352,6 +407,9 @@ TEST(LinearFilter, TransposedColumnsDeclineWhatTheyDoNotTake) {
   EXPECT_FALSE(TakesTransposedColumnFilter8u(bumpy.data(), 31, sum));
   EXPECT_FALSE(TakesTransposedColumnFilter8u(triangle.data(), 31, 0));
   EXPECT_FALSE(TakesTransposedColumnFilter8u(nullptr, 31, sum));
+  const float floats[7] = {1, 2, 3, 4, 3, 2, 1};
+  EXPECT_FALSE(TakesTransposedColumnFilter32f(floats, 7));
+  EXPECT_FALSE(TransposedColumnFilter32f_C4(rows.data(), 4, 16, dst, floats, 7, 3, -1));
   EXPECT_FALSE(TransposedColumnFilter8u_C4(nullptr, 16, 16, dst, triangle.data(), 31, 15, sum, -1));
   // dst must hold width rows of height pixels.
   EXPECT_FALSE(
