@@ -1,4 +1,4 @@
-// The triangular blur: ours through FrameBlur on a four-channel 8-bit frame, OpenCV's
+// The triangular blur: ours through FrameBlur on a four-channel 8-bit or float frame, OpenCV's
 // sepFilter2D with the same triangle as a normalised CV_32F kernel, edges replicated; and
 // the row filter alone on a frame with its border, beside OpenCV's row-only filter.
 //
@@ -101,14 +101,16 @@ cv::Mat NormalisedTriangle(int32_t n) {
   return kernel;
 }
 
-template <int kSize>
+// Four-channel bytes by default; floats with kType CV_32FC4.
+template <int kSize, int kType = CV_8UC4>
 void OursBlur(benchmark::State& state) {
-  cv::Mat in = TestPicture(kWidth, kHeight, CV_8UC4);
-  cv::Mat out(kHeight, kWidth, CV_8UC4);
+  cv::Mat in = TestPicture(kWidth, kHeight, kType);
+  cv::Mat out(kHeight, kWidth, kType);
+  const PixelFormat format = kType == CV_8UC4 ? PixelFormat8BGRA : PixelFormat32FBGRA;
   FrameBuffer src;
   FrameBuffer dst;
-  AttachMat(src, in, PixelFormat8BGRA);
-  AttachMat(dst, out, PixelFormat8BGRA);
+  AttachMat(src, in, format);
+  AttachMat(dst, out, format);
   PoolHost host;
   MemoryAllocator memory(&host);
   for (auto _ : state) {
@@ -117,13 +119,14 @@ void OursBlur(benchmark::State& state) {
   }
 }
 
-template <int kSize>
+template <int kSize, int kType = CV_8UC4>
 void OpenCvBlur(benchmark::State& state) {
-  const cv::Mat in = TestPicture(kWidth, kHeight, CV_8UC4);
-  cv::Mat out(kHeight, kWidth, CV_8UC4);
+  const cv::Mat in = TestPicture(kWidth, kHeight, kType);
+  cv::Mat out(kHeight, kWidth, kType);
   const cv::Mat kernel = NormalisedTriangle(kSize);
   for (auto _ : state) {
-    cv::sepFilter2D(in, out, CV_8U, kernel, kernel, cv::Point(-1, -1), 0, cv::BORDER_REPLICATE);
+    cv::sepFilter2D(in, out, CV_MAT_DEPTH(kType), kernel, kernel, cv::Point(-1, -1), 0,
+                    cv::BORDER_REPLICATE);
     benchmark::DoNotOptimize(out.data);
   }
 }
@@ -164,6 +167,8 @@ void OpenCvRows(benchmark::State& state) {
 VITRELLA_BENCH_PAIR(FrameBlur3_8u, OursBlur<3>, OpenCvBlur<3>);
 VITRELLA_BENCH_PAIR(FrameBlur31_8u, OursBlur<31>, OpenCvBlur<31>);
 VITRELLA_BENCH_PAIR(FrameBlur301_8u, OursBlur<301>, OpenCvBlur<301>);
+VITRELLA_BENCH_PAIR(FrameBlur3_32f, (OursBlur<3, CV_32FC4>), (OpenCvBlur<3, CV_32FC4>));
+VITRELLA_BENCH_PAIR(FrameBlur301_32f, (OursBlur<301, CV_32FC4>), (OpenCvBlur<301, CV_32FC4>));
 VITRELLA_BENCH_PAIR(RowFilter31_8u, OursRows<31>, OpenCvRows<31>);
 
 }  // namespace
