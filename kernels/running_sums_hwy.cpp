@@ -336,74 +336,10 @@ class TransposeSink {
 
 #endif
 
-// The same for a single column of pixels, where fewer than N are left.
-class PixelSink {
- public:
-  PixelSink(uint8_t* out, const KeptChannel& kept, ptrdiff_t offset)
-      : out_(out), kept_(kept), offset_(offset) {}
-  ~PixelSink() { Flush(); }
-  PixelSink(const PixelSink&) = delete;
-  PixelSink& operator=(const PixelSink&) = delete;
-
-  HWY_INLINE uint8_t* Line(int32_t k) {
-    Flush();
-    pending_ = k;
-    return staged_;
-  }
-
- private:
-  void Flush() {
-    if (pending_ < 0) return;
-    uint32_t pixel;
-    std::memcpy(&pixel, staged_, sizeof(pixel));
-    if (kept_.rows != nullptr) {
-      uint32_t from;
-      std::memcpy(&from, kept_.rows[pending_] + offset_, sizeof(from));
-      pixel = (pixel & ~kept_.mask) | (from & kept_.mask);
-    }
-    std::memcpy(out_ + ptrdiff_t{4} * pending_, &pixel, sizeof(pixel));
-  }
-
-  uint8_t* out_;
-  KeptChannel kept_;
-  ptrdiff_t offset_;
-  int32_t pending_ = -1;
-  HWY_ALIGN uint8_t staged_[16] = {};
-};
-
-void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int32_t height,
-                                  uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
-                                  int32_t scale, const ByteDivision& division, int32_t anchor,
-                                  int32_t keptChannel) {
-  const KeptChannel kept = MakeKeptChannel(rows, anchor, keptChannel);
-  const int32_t inputRows = height + shape.Length() - 1;
-  WithByteSums(scale, division, [&](const auto& sums) {
-    int32_t x = 0;
-#if HWY_TARGET != HWY_SCALAR
-    // Four vectors of 32-bit sums hold the four channels of N pixels.
-    const hn::ScalableTag<int32_t> da;
-    const hn::RebindToUnsigned<decltype(da)> du;
-    constexpr int32_t kN = TransposeSink<decltype(du)>::kN;
-    for (; x + kN <= width; x += kN) {
-      TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
-      TransposeSink<decltype(du)> sink(out + x * outPitch, outPitch, kept, ptrdiff_t{4} * x);
-      RunBlock<4>(da, sums, shape, height, source, sink);
-    }
-#endif
-    const hn::CappedTag<int32_t, 4> d4;
-    constexpr int32_t kPixelGroups = static_cast<int32_t>(4 / hn::MaxLanes(d4));
-    for (; x < width; ++x) {
-      TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
-      PixelSink sink(out + x * outPitch, kept, ptrdiff_t{4} * x);
-      RunBlock<kPixelGroups>(d4, sums, shape, height, source, sink);
-    }
-  });
-}
-
-// Output lines of a block of four-float pixels, each pixel stored into its own row: pixel j
-// of line k lands at pixel k of row j. A pixel is a whole 16-byte piece, so the transpose
-// needs no tile.
-template <int32_t kMaxPixels>
+// Output lines of a few four-channel pixels, each pixel stored into its own row: pixel j
+// of line k lands at pixel k of row j. Four-float pixels are whole 16-byte pieces and need
+// no tile; pixels of bytes go this way where fewer than a tile's width are left.
+template <typename T, int32_t kMaxPixels>
 class PixelScatterSink {
  public:
   PixelScatterSink(uint8_t* out, ptrdiff_t pitch, int32_t pixels, int32_t keptChannel,
@@ -418,7 +354,7 @@ class PixelScatterSink {
   PixelScatterSink(const PixelScatterSink&) = delete;
   PixelScatterSink& operator=(const PixelScatterSink&) = delete;
 
-  HWY_INLINE float* Line(int32_t k) {
+  HWY_INLINE T* Line(int32_t k) {
     Flush();
     pending_ = k;
     return staged_;
@@ -427,15 +363,16 @@ class PixelScatterSink {
  private:
   HWY_INLINE void Flush() {
     if (pending_ < 0) return;
-    constexpr size_t kPixel = 4 * sizeof(float);
+    constexpr ptrdiff_t kPixel = 4 * sizeof(T);
     if (keptChannel_ >= 0) {
       const uint8_t* from = keptRows_[pending_] + offset_;
       for (int32_t j = 0; j < pixels_; ++j) {
-        std::memcpy(staged_ + 4 * j + keptChannel_, from + j * kPixel + keptChannel_ * 4, 4);
+        const int32_t value = 4 * j + keptChannel_;
+        std::memcpy(staged_ + value, from + value * sizeof(T), sizeof(T));
       }
     }
     for (int32_t j = 0; j < pixels_; ++j)
-      std::memcpy(out_ + j * pitch_ + pending_ * ptrdiff_t{kPixel}, staged_ + 4 * j, kPixel);
+      std::memcpy(out_ + j * pitch_ + pending_ * kPixel, staged_ + 4 * j, kPixel);
   }
 
   uint8_t* out_;
@@ -445,8 +382,39 @@ class PixelScatterSink {
   const uint8_t* const* keptRows_;  // advanced by the anchor
   ptrdiff_t offset_;
   int32_t pending_ = -1;
-  HWY_ALIGN float staged_[4 * kMaxPixels] = {};
+  // At least 16 values: more than the narrowest group stores at once.
+  HWY_ALIGN T staged_[4 * kMaxPixels < 16 ? 16 : 4 * kMaxPixels] = {};
 };
+
+void TrapezoidColumnsTransposed8u(const uint8_t* const* rows, int32_t width, int32_t height,
+                                  uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
+                                  int32_t scale, const ByteDivision& division, int32_t anchor,
+                                  int32_t keptChannel) {
+  const int32_t inputRows = height + shape.Length() - 1;
+  WithByteSums(scale, division, [&](const auto& sums) {
+    int32_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const KeptChannel kept = MakeKeptChannel(rows, anchor, keptChannel);
+    // Four vectors of 32-bit sums hold the four channels of N pixels.
+    const hn::ScalableTag<int32_t> da;
+    const hn::RebindToUnsigned<decltype(da)> du;
+    constexpr int32_t kN = TransposeSink<decltype(du)>::kN;
+    for (; x + kN <= width; x += kN) {
+      TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
+      TransposeSink<decltype(du)> sink(out + x * outPitch, outPitch, kept, ptrdiff_t{4} * x);
+      RunBlock<4>(da, sums, shape, height, source, sink);
+    }
+#endif
+    const hn::CappedTag<int32_t, 4> d4;
+    constexpr int32_t kPixelGroups = static_cast<int32_t>(4 / hn::MaxLanes(d4));
+    for (; x < width; ++x) {
+      TableLines<uint8_t> source{rows, ptrdiff_t{4} * x, inputRows};
+      PixelScatterSink<uint8_t, 1> sink(out + x * outPitch, outPitch, 1, keptChannel, rows + anchor,
+                                        ptrdiff_t{4} * x);
+      RunBlock<kPixelGroups>(d4, sums, shape, height, source, sink);
+    }
+  });
+}
 
 void TrapezoidColumnsTransposed32f(const uint8_t* const* rows, int32_t width, int32_t height,
                                    uint8_t* out, ptrdiff_t outPitch, const Trapezoid& shape,
@@ -463,8 +431,8 @@ void TrapezoidColumnsTransposed32f(const uint8_t* const* rows, int32_t width, in
   if (pixels > 1) {
     for (; x + pixels <= width; x += pixels) {
       TableLines<float> source{rows, pixelBytes * x, inputRows};
-      PixelScatterSink<kMaxPixels> sink(out + x * outPitch, outPitch, pixels, keptChannel,
-                                        rows + anchor, pixelBytes * x);
+      PixelScatterSink<float, kMaxPixels> sink(out + x * outPitch, outPitch, pixels, keptChannel,
+                                               rows + anchor, pixelBytes * x);
       RunBlock<kGroups>(da, sums, shape, height, source, sink);
     }
   }
@@ -472,8 +440,8 @@ void TrapezoidColumnsTransposed32f(const uint8_t* const* rows, int32_t width, in
   constexpr int32_t kPixelGroups = static_cast<int32_t>(4 / hn::MaxLanes(d4));
   for (; x < width; ++x) {
     TableLines<float> source{rows, pixelBytes * x, inputRows};
-    PixelScatterSink<1> sink(out + x * outPitch, outPitch, 1, keptChannel, rows + anchor,
-                             pixelBytes * x);
+    PixelScatterSink<float, 1> sink(out + x * outPitch, outPitch, 1, keptChannel, rows + anchor,
+                                    pixelBytes * x);
     RunBlock<kPixelGroups>(d4, sums, shape, height, source, sink);
   }
 }
