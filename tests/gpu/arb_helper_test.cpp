@@ -5,6 +5,8 @@
 #include <set>
 #include <string>
 
+#include "vitrella/gl_extensions.h"
+
 namespace vitrella {
 namespace {
 
@@ -32,26 +34,8 @@ struct FakeDriver {
   int lookups = 0;
 
   GLDriver Get() {
-    static const char* const kAll[] = {"GL_ARB_shader_objects",
-                                       "GL_EXT_framebuffer_object",
-                                       "GL_ARB_multitexture",
-                                       "GL_EXT_blend_color",
-                                       "GL_EXT_blend_minmax",
-                                       "GL_EXT_blend_func_separate",
-                                       "GL_EXT_blend_equation_separate",
-                                       "GL_EXT_framebuffer_blit",
-                                       "GL_EXT_framebuffer_multisample",
-                                       "GL_ARB_occlusion_query",
-                                       "GL_EXT_timer_query",
-                                       "GL_ARB_pixel_buffer_object",
-                                       "GL_ARB_vertex_buffer_object",
-                                       "GL_ARB_vertex_program",
-                                       "GL_ATI_meminfo",
-                                       "GL_NVX_gpu_memory_info",
-                                       "GL_EXT_draw_instanced",
-                                       "GL_EXT_geometry_shader4"};
     extensions.clear();
-    for (const char* name : kAll) {
+    for (const char* name : kGLExtensionNames) {
       if (unlisted.count(name) == 0) extensions += std::string(name) + " ";
     }
     GLDriver driver;
