@@ -2,10 +2,10 @@
 
 #include <new>
 
-#include "core/effect_registry.h"
+#include "core/effect_factory.h"
 #include "core/frame_processor.h"
 #include "core/module.h"
-#include "core/preset_saver.h"
+#include "support/preset_saver.h"
 
 namespace vitrella {
 

@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "core/multilingual_base.h"
+#include "support/multilingual_base.h"
 #include "vitrella/library.h"
 
 namespace vitrella {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "core/preset_file.h"
+#include "support/preset_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <string>
 
-#include "core/multilingual_base.h"
-#include "core/translation_helper.h"
 #include "language/library_folder.h"
+#include "support/multilingual_base.h"
+#include "support/translation_helper.h"
 
 namespace vitrella {
 namespace {

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "core/text_keys.h"
+#include "support/text_keys.h"
 #include "tools/lang/lang_parser.h"
 #include "tools/lang/language_table.h"
 

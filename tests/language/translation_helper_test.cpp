@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "core/translation_helper.h"
+#include "support/translation_helper.h"
 
 namespace vitrella {
 namespace {

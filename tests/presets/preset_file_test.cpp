@@ -6,8 +6,8 @@
 #include <string>
 
 #include "core/effect_table.h"
-#include "core/preset_file.h"
 #include "presets/preset_test_support.h"
+#include "support/preset_file.h"
 
 namespace vitrella {
 namespace {

@@ -7,9 +7,9 @@
 
 #include "core/effect_table.h"
 #include "core/effects_library.h"
-#include "core/preset_file_type.h"
 #include "platform/ui_script.h"
 #include "presets/preset_test_support.h"
+#include "support/preset_file_type.h"
 #include "vitrella/preset.h"
 
 namespace vitrella {

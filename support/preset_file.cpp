@@ -1,4 +1,4 @@
-#include "core/preset_file.h"
+#include "support/preset_file.h"
 
 #include <tinyxml.h>
 

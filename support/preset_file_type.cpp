@@ -1,4 +1,4 @@
-#include "core/preset_file_type.h"
+#include "support/preset_file_type.h"
 
 #include <algorithm>
 #include <cstring>

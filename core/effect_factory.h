@@ -1,4 +1,6 @@
-// The library's effects, in index order.
+// How the library object makes its effects. The table of factories lives with the
+// effects (effects/effect_registry.cpp), the one place that knows them all, so that the
+// library's core needs none of their headers.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "core/multilingual_base.h"
+#include "support/multilingual_base.h"
 
 #include "support/kz_unicode_string.h"
 #include "support/path_library.h"

@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "core/translation_helper.h"
+#include "support/translation_helper.h"
 #include "vitrella/preset.h"
 
 namespace vitrella {

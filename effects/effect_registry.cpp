@@ -1,4 +1,4 @@
-#include "core/effect_registry.h"
+#include "core/effect_factory.h"
 
 #include <new>
 

@@ -1,4 +1,4 @@
-#include "core/preset_saver.h"
+#include "support/preset_saver.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "core/preset_file.h"
-#include "core/preset_file_type.h"
 #include "platform/ui.h"
 #include "support/kz_string.h"
 #include "support/kz_unicode_string.h"
+#include "support/preset_file.h"
+#include "support/preset_file_type.h"
 #include "vitrella/library.h"
 
 namespace vitrella {

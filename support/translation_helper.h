@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/text_keys.h"
+#include "support/text_keys.h"
 #include "vitrella/language.h"
 #include "vitrella/library.h"
 

@@ -1,4 +1,4 @@
-#include "core/translation_helper.h"
+#include "support/translation_helper.h"
 
 #include <algorithm>
 #include <cstring>
