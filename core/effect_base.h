@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <type_traits>
+#include <utility>
 
 #include "core/effect_table.h"
 #include "vitrella/effect.h"
@@ -15,7 +16,10 @@ namespace vitrella {
 template <typename Derived, typename Interface = IVideoEffect>
 class EffectBase : public Interface, public IParamToolTip {
  public:
-  explicit EffectBase(const EffectTable& table) : table_(table) {}
+  // Any further arguments go to the interface's base: a GPU effect's capability programs.
+  template <typename... InterfaceArgs>
+  explicit EffectBase(const EffectTable& table, InterfaceArgs&&... args)
+      : Interface(std::forward<InterfaceArgs>(args)...), table_(table) {}
 
   Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override {
     void* found = nullptr;
@@ -63,23 +67,33 @@ class EffectBase : public Interface, public IParamToolTip {
   const EffectTable& table_;
 };
 
-// Reads parameter values from the host at the frame being rendered. The host fills the
-// buffer only as far as the kind needs, so it starts cleared.
+// Reads parameter values from the host at the frame being rendered, by the names an
+// effect declares beside its table. The host fills the buffer only as far as the kind
+// needs, so it starts cleared.
 class ParamReader {
  public:
+  struct Point {
+    float x, y;
+  };
+
   explicit ParamReader(IEffectHost* host) : host_(host) {}
 
-  ParamValue Read(uint32_t index, ParamKind kind) const {
+  float Read(SliderId id) const { return Value(id.index, ParamSlider).slider; }
+  bool Read(CheckId id) const { return Value(id.index, ParamCheck).check != 0; }
+  int32_t Read(ChoiceId id) const { return Value(id.index, ParamChoice).choice; }
+  uint32_t Read(ColorId id) const { return Value(id.index, ParamColor).color; }
+  Point Read(PointId id) const {
+    const ParamValue v = Value(id.index, ParamPoint);
+    return {v.point[0], v.point[1]};
+  }
+
+ private:
+  ParamValue Value(uint32_t index, ParamKind kind) const {
     ParamValue value{};
     host_->GetParamValue(index, &value, kind);
     return value;
   }
-  float Slider(uint32_t index) const { return Read(index, ParamSlider).slider; }
-  bool Check(uint32_t index) const { return Read(index, ParamCheck).check != 0; }
-  int32_t Choice(uint32_t index) const { return Read(index, ParamChoice).choice; }
-  uint32_t Color(uint32_t index) const { return Read(index, ParamColor).color; }
 
- private:
   IEffectHost* host_;
 };
 

@@ -53,10 +53,19 @@ const char* PresetName(const EffectTable& table, uint32_t preset) {
 }
 
 bool PresetValue(const EffectTable& table, uint32_t preset, uint32_t param, ParamValue* value) {
-  if (value == nullptr || preset >= table.presets.size()) return false;
-  const PresetDef& row = table.presets[preset];
-  if (param >= row.values.size()) return false;
-  *value = row.values.begin()[param];
+  if (value == nullptr || preset >= table.presets.size() || param >= table.params.size()) {
+    return false;
+  }
+  // A group record holds no value and no place in the row: it answers an empty one.
+  if (table.params[param].kind == ParamGroup) {
+    *value = ParamValue{};
+    return true;
+  }
+  size_t cell = 0;
+  for (uint32_t i = 0; i < param; ++i) {
+    if (table.params[i].kind != ParamGroup) ++cell;
+  }
+  *value = table.presets[preset].values.begin()[cell].value;
   return true;
 }
 

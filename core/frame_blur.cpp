@@ -39,12 +39,6 @@ struct Triangle {
   float normalised[kLongestBlur];
 };
 
-bool Usable(const FrameBuffer& frame) {
-  const int32_t bytes = FormatPixelBytes(frame.format);
-  return frame.data != nullptr && bytes != 0 && frame.pixelBytes == bytes &&
-         int64_t{frame.pitch} >= int64_t{frame.width} * bytes;
-}
-
 // Repeats the edges of the part (x, y, w, h) of a frame over the part's own margins, in
 // place: the inner rectangle, shrunk by the margins, is what gets repeated.
 bool RefillMargins(const FrameBuffer& frame, int32_t x, int32_t y, int32_t w, int32_t h,
@@ -106,7 +100,7 @@ std::unique_ptr<const uint8_t* []> ClampedRows(const uint8_t* base, ptrdiff_t pi
 bool TransposedPass(PixelFormat format, const uint8_t* const* rows, int32_t width, int32_t height,
                     kernels::ImageView to, const Triangle& kernel, int32_t copiedChannel) {
   const int32_t n = kernel.length;
-  if (format == PixelFormat8BGRA || format == PixelFormat8ARGB) {
+  if (!IsFloatFormat(format)) {
     return kernels::TransposedColumnFilter8u_C4(rows, width, height, to, kernel.weights, n, n / 2,
                                                 kernel.sum, copiedChannel);
   }
@@ -174,7 +168,7 @@ bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float size
   const int32_t nx = BlurLength(sizeX);
   const int32_t ny = BlurLength(sizeY);
   if (nx < 1 || ny < 1) return CopyFrame(src, dst);
-  if (src.pixelBytes != dst.pixelBytes || !Usable(src) || !Usable(dst)) return false;
+  if (src.pixelBytes != dst.pixelBytes || !IsConsistent(src) || !IsConsistent(dst)) return false;
   const int32_t width = std::min(src.width, dst.width);
   const int32_t height = std::min(src.height, dst.height);
   const int32_t hx = nx / 2;

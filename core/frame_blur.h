@@ -18,7 +18,7 @@ namespace vitrella {
 //
 // Both passes repeat the third pixel from each edge over the outer two, as this blur has
 // always done; frames narrower (or lower) than five pixels repeat their middle one or two.
-bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float sizeY,
-               MemoryAllocator* allocator, uint8_t blurAlpha);
+[[nodiscard]] bool FrameBlur(const FrameBuffer& src, FrameBuffer& dst, float sizeX, float sizeY,
+                             MemoryAllocator* allocator, uint8_t blurAlpha);
 
 }  // namespace vitrella

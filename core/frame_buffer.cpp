@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "kernels/memory.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella {
 
@@ -111,12 +112,13 @@ bool FrameBuffer::Allocate(int32_t w, int32_t h, int32_t bytesPerPixel, MemoryAl
   format = bytesPerPixel == 1 ? PixelFormat8Gray : pixelFormat;
   flipped = upsideDown ? 1 : 0;
   allocator = memory;
-  if (memory != nullptr) {
-    memory->Allocate(&data, w, h, bytesPerPixel, &pitch);
-  } else {
-    MemoryAllocator(nullptr).Allocate(&data, w, h, bytesPerPixel, &pitch);
+  const bool got = memory != nullptr
+                       ? memory->Allocate(&data, w, h, bytesPerPixel, &pitch)
+                       : MemoryAllocator(nullptr).Allocate(&data, w, h, bytesPerPixel, &pitch);
+  if (!got) {
+    data = nullptr;
+    pitch = 0;
   }
-  if (data == nullptr) pitch = 0;
   pitchPixels = bytesPerPixel > 0 ? pitch / bytesPerPixel : 0;
   return data != nullptr;
 }
@@ -135,29 +137,15 @@ void FrameBuffer::ExportTo(HostFrame* frame) const {
 }
 
 bool FourChannelLayout(const FrameBuffer& frame, PixelLayout* layout) {
-  PixelLayout found{};
-  switch (frame.format) {
-    case PixelFormat8BGRA:
-      found = {false, 3, 2, 1, 0};
-      break;
-    case PixelFormat8ARGB:
-      found = {false, 0, 1, 2, 3};
-      break;
-    case PixelFormat32FBGRA:
-      found = {true, 3, 2, 1, 0};
-      break;
-    case PixelFormat32FARGB:
-      found = {true, 0, 1, 2, 3};
-      break;
-    default:
-      return false;
-  }
-  const int32_t expectedBytes = found.isFloat ? 16 : 4;
-  if (frame.pixelBytes != expectedBytes || frame.data == nullptr || frame.width < 1 ||
-      frame.height < 1 || int64_t{frame.pitch} < int64_t{frame.width} * expectedBytes) {
+  if (!IsHostFormat(frame.format)) return false;
+  const int32_t bytes = FormatPixelBytes(frame.format);
+  if (frame.pixelBytes != bytes || frame.data == nullptr || frame.width < 1 || frame.height < 1 ||
+      int64_t{frame.pitch} < int64_t{frame.width} * bytes) {
     return false;
   }
-  if (layout != nullptr) *layout = found;
+  const ChannelPlaces at = ChannelPlacesOf(frame.format);
+  if (layout != nullptr)
+    *layout = {IsFloatFormat(frame.format), at.alpha, at.red, at.green, at.blue};
   return true;
 }
 

@@ -20,7 +20,8 @@ class MemoryAllocator {
 
   // Writes the image's address and pitch; false for sizes below 1, a null out pointer,
   // or when no memory came back.
-  bool Allocate(uint8_t** data, int32_t width, int32_t height, int32_t pixelBytes, int32_t* pitch);
+  [[nodiscard]] bool Allocate(uint8_t** data, int32_t width, int32_t height, int32_t pixelBytes,
+                              int32_t* pitch);
   void Free(void* data);
   bool UsesHost() const { return hostAllocator_ != nullptr; }
 
@@ -54,12 +55,12 @@ struct FrameBuffer {
   // value, data moves to the lowest row and flipped is inverted.
   void Attach(uint8_t* pixels, int32_t w, int32_t h, int32_t rowPitch, int32_t bytesPerPixel,
               PixelFormat pixelFormat, bool upsideDown);
-  bool AttachHost(const HostFrame* frame);
+  [[nodiscard]] bool AttachHost(const HostFrame* frame);
   void AttachFrame(const FrameBuffer& other);
   // Owned memory from the allocator (a temporary one without host when null). One byte
   // per pixel always gives PixelFormat8Gray.
-  bool Allocate(int32_t w, int32_t h, int32_t bytesPerPixel, MemoryAllocator* memory,
-                PixelFormat pixelFormat, bool upsideDown);
+  [[nodiscard]] bool Allocate(int32_t w, int32_t h, int32_t bytesPerPixel, MemoryAllocator* memory,
+                              PixelFormat pixelFormat, bool upsideDown);
   void ExportTo(HostFrame* frame) const;
 
   kernels::ImageView View() const { return {data, pitch, width, height}; }
@@ -77,6 +78,6 @@ struct PixelLayout {
 };
 
 // The layout of a four-channel frame whose format and pixel size agree, or false.
-bool FourChannelLayout(const FrameBuffer& frame, PixelLayout* layout);
+[[nodiscard]] bool FourChannelLayout(const FrameBuffer& frame, PixelLayout* layout);
 
 }  // namespace vitrella

@@ -9,8 +9,8 @@ namespace vitrella {
 namespace {
 
 kernels::ColourPositions PositionsOf(PixelFormat format) {
-  const bool argb = format == PixelFormat8ARGB || format == PixelFormat32FARGB;
-  return argb ? kernels::ColourPositions{3, 2, 1} : kernels::ColourPositions{0, 1, 2};
+  return IsAlphaFirst(format) ? kernels::ColourPositions{3, 2, 1}
+                              : kernels::ColourPositions{0, 1, 2};
 }
 
 // The gray of the common extent, without any scaling of sizes.

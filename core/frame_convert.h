@@ -11,22 +11,22 @@ namespace vitrella {
 // reverses; 3 -> 0 and 4 -> 1 keep the order; 4 -> 0 reverses; floats become bytes
 // clamped to 0..1, times 255, plus 0.5, truncated. 0 <-> 1 and 3 <-> 4 reverse the
 // channels. Every other pair is refused.
-bool ConvertFrame(const FrameBuffer& src, FrameBuffer& dst);
+[[nodiscard]] bool ConvertFrame(const FrameBuffer& src, FrameBuffer& dst);
 
 // Value by value, without scaling: floats saturate to 0..255, truncated or rounded to
 // nearest (roundMode 1); four floats into four bytes, or one into one.
-bool ConvertFloatToByte(const FrameBuffer& src, FrameBuffer& dst, int32_t roundMode);
-bool ConvertByteToFloat(const FrameBuffer& src, FrameBuffer& dst);
+[[nodiscard]] bool ConvertFloatToByte(const FrameBuffer& src, FrameBuffer& dst, int32_t roundMode);
+[[nodiscard]] bool ConvertByteToFloat(const FrameBuffer& src, FrameBuffer& dst);
 
 // 0.114 blue + 0.587 green + 0.299 red of a format 0, 1, 3 or 4 frame into a one-byte or
 // one-float frame, each in its own nominal range (bytes 0..255, floats 0..1). A source
 // wider or taller than the destination is scaled onto the whole destination with the
 // given interpolation code; that alone allocates, from memory (a temporary allocator
 // when null).
-bool ToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
-            int32_t interpolation);
+[[nodiscard]] bool ToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
+                          int32_t interpolation);
 // The gray of the whole source scaled onto the whole destination, whatever their sizes.
-bool ScaleToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
-                 int32_t interpolation);
+[[nodiscard]] bool ScaleToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,
+                               int32_t interpolation);
 
 }  // namespace vitrella

@@ -6,11 +6,11 @@ namespace vitrella {
 namespace {
 
 bool IsByteQuad(const FrameBuffer& f) {
-  return (f.format == PixelFormat8BGRA || f.format == PixelFormat8ARGB) && IsConsistent(f);
+  return IsHostFormat(f.format) && !IsFloatFormat(f.format) && IsConsistent(f);
 }
 
 bool IsFloatQuad(const FrameBuffer& f) {
-  return (f.format == PixelFormat32FBGRA || f.format == PixelFormat32FARGB) && IsConsistent(f);
+  return IsHostFormat(f.format) && IsFloatFormat(f.format) && IsConsistent(f);
 }
 
 }  // namespace

@@ -14,21 +14,6 @@ int32_t Channels(const FrameBuffer& frame) {
 
 }  // namespace
 
-int32_t FormatPixelBytes(PixelFormat format) {
-  switch (format) {
-    case PixelFormat8BGRA:
-    case PixelFormat8ARGB:
-    case PixelFormat32FGray:
-      return 4;
-    case PixelFormat32FBGRA:
-    case PixelFormat32FARGB:
-      return 16;
-    case PixelFormat8Gray:
-      return 1;
-  }
-  return 0;
-}
-
 bool IsConsistent(const FrameBuffer& frame) {
   const int32_t bytes = FormatPixelBytes(frame.format);
   return frame.data != nullptr && bytes != 0 && frame.pixelBytes == bytes &&
@@ -38,15 +23,6 @@ bool IsConsistent(const FrameBuffer& frame) {
 bool IsFourChannel(const FrameBuffer& frame) {
   return IsConsistent(frame) && frame.format != PixelFormat8Gray &&
          frame.format != PixelFormat32FGray;
-}
-
-int32_t AlphaChannelOf(PixelFormat format) {
-  return format == PixelFormat8ARGB || format == PixelFormat32FARGB ? 0 : 3;
-}
-
-bool IsFloatFormat(PixelFormat format) {
-  return format == PixelFormat32FBGRA || format == PixelFormat32FARGB ||
-         format == PixelFormat32FGray;
 }
 
 bool CopyFrame(const FrameBuffer& src, FrameBuffer& dst) {

@@ -15,8 +15,7 @@ namespace {
 // A view of a host record; false for a null record or null pixels.
 bool View(const HostFrame* record, FrameBuffer& frame) {
   if (record == nullptr || record->data == nullptr) return false;
-  frame.AttachHost(record);
-  return frame.data != nullptr;
+  return frame.AttachHost(record) && frame.data != nullptr;
 }
 
 // Rows that hold `bytes` per pixel of the frame's width.
@@ -145,13 +144,10 @@ bool FrameProcessor::ConvertYUVToRGB(const HostFrame* src, HostFrame* dst) {
   constexpr float kScale[3] = {1.1643835f, 1.1383928f, 1.1383928f};
   constexpr float kCentre[3] = {0.0f, -0.5f, -0.5f};
   constexpr float kToRgb[3][4] = {{1, 0, 1.402f, 0}, {1, -0.344f, -0.714f, 0}, {1, 1.772f, 0, 0}};
-  // Each step runs in the destination; their results are not looked at.
-  if (!BringColours(in, out)) return false;
-  AddColourChannels(out, kOffset);
-  MultiplyColourChannels(out, kScale);
-  AddColourChannels(out, kCentre);
-  ColorTwist(out, out, kToRgb);
-  return true;
+  // Each step runs in the destination.
+  return BringColours(in, out) && AddColourChannels(out, kOffset) &&
+         MultiplyColourChannels(out, kScale) && AddColourChannels(out, kCentre) &&
+         ColorTwist(out, out, kToRgb);
 }
 
 bool FrameProcessor::ConvertRGBToYUV(const HostFrame* src, HostFrame* dst) {
@@ -163,11 +159,8 @@ bool FrameProcessor::ConvertRGBToYUV(const HostFrame* src, HostFrame* dst) {
                                     {0.5f, -0.418688f, -0.081312f, 0.5f}};
   constexpr float kScale[3] = {0.8588235f, 0.8784314f, 0.8784314f};
   constexpr float kOffset[3] = {0.0f, 0.0627451f, 0.0627451f};
-  if (!BringColours(in, out)) return false;
-  ColorTwist(out, out, kToYCbCr);
-  MultiplyColourChannels(out, kScale);
-  AddColourChannels(out, kOffset);
-  return true;
+  return BringColours(in, out) && ColorTwist(out, out, kToYCbCr) &&
+         MultiplyColourChannels(out, kScale) && AddColourChannels(out, kOffset);
 }
 
 bool FrameProcessor::FlipFrameInPlace(HostFrame* frame) {
@@ -225,9 +218,8 @@ bool FrameProcessor::CropResizeFrame(const HostFrame* src, const int32_t* rect, 
   FrameBuffer in;
   FrameBuffer out;
   if (rect == nullptr || !View(src, in) || !View(dst, out)) return false;
-  const bool bytes = in.format == PixelFormat8BGRA || in.format == PixelFormat8ARGB;
-  const bool floats = in.format == PixelFormat32FBGRA || in.format == PixelFormat32FARGB;
-  if (!bytes && !floats) return true;  // other formats: nothing to do
+  if (!IsHostFormat(in.format)) return true;  // other formats: nothing to do
+  const bool floats = IsFloatFormat(in.format);
   const int32_t left = rect[0];
   const int32_t top = rect[1];
   // Inclusive right and bottom; a crop larger than the destination is clipped, not scaled.

@@ -21,13 +21,13 @@ namespace vitrella {
 // keepAlpha zero copies the alpha channel of src into the filtered pixels (channel 3 of
 // formats 0 and 3, channel 0 of formats 1 and 4); non-zero keeps the filtered alpha. Gray
 // frames ignore it.
-bool RowFilter(const FrameBuffer& src, FrameBuffer& dst, const int32_t* kernel, int32_t length,
-               int32_t anchor, int32_t divisor, uint8_t keepAlpha);
-bool RowFilter(const FrameBuffer& src, FrameBuffer& dst, const float* kernel, int32_t length,
-               int32_t anchor, uint8_t keepAlpha);
-bool ColumnFilter(const FrameBuffer& src, FrameBuffer& dst, const int32_t* kernel, int32_t length,
-                  int32_t anchor, int32_t divisor, uint8_t keepAlpha);
-bool ColumnFilter(const FrameBuffer& src, FrameBuffer& dst, const float* kernel, int32_t length,
-                  int32_t anchor, uint8_t keepAlpha);
+[[nodiscard]] bool RowFilter(const FrameBuffer& src, FrameBuffer& dst, const int32_t* kernel,
+                             int32_t length, int32_t anchor, int32_t divisor, uint8_t keepAlpha);
+[[nodiscard]] bool RowFilter(const FrameBuffer& src, FrameBuffer& dst, const float* kernel,
+                             int32_t length, int32_t anchor, uint8_t keepAlpha);
+[[nodiscard]] bool ColumnFilter(const FrameBuffer& src, FrameBuffer& dst, const int32_t* kernel,
+                                int32_t length, int32_t anchor, int32_t divisor, uint8_t keepAlpha);
+[[nodiscard]] bool ColumnFilter(const FrameBuffer& src, FrameBuffer& dst, const float* kernel,
+                                int32_t length, int32_t anchor, uint8_t keepAlpha);
 
 }  // namespace vitrella

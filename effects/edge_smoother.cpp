@@ -6,13 +6,12 @@
 #include <type_traits>
 
 #include "core/frame_buffer.h"
+#include "core/render_setup.h"
 #include "kernels/copy.h"
 #include "kernels/filter_gauss.h"
 
 namespace vitrella {
 namespace {
-
-enum Param : uint32_t { kStrength = 0, kShowChanged = 1, kSoftenLines = 2 };
 
 constexpr ParamDef kParams[] = {
     SliderParam("Strength", 0, 100, 0.605f, {0, 0, 48, 30}, "Adjusts how much of edge is smoothed"),
@@ -28,6 +27,11 @@ constexpr PresetDef kPresets[] = {
     {"Smooth SD to HD Upres", {SliderValue(0.975f), kOff, kOff}},
 };
 
+constexpr SliderId kStrength{0, "Strength"};
+constexpr CheckId kShowChanged{1, "Show changed pixels"};
+constexpr CheckId kSoftenLines{2, "Soften straight lines"};
+
+static_assert(NamesMatch(kParams, kStrength, kShowChanged, kSoftenLines));
 static_assert(TableIsWellFormed(kParams, kPresets));
 
 constexpr EffectTable kTable{"Edge Smoother", kTraitsPlain, kParams, kPresets};
@@ -208,35 +212,14 @@ int32_t Threshold(float strength) {
   return static_cast<int32_t>((1.0f - strength) * 255.0f);
 }
 
-}  // namespace
-
-CEdgeSmoother::CEdgeSmoother() : EffectBase(kTable) {}
-
-bool CEdgeSmoother::Render(IEffectHost* host, const HostFrame* source, uintptr_t /*unused*/,
-                           HostFrame* destination, const RenderInfo* info) {
-  if (host == nullptr || source == nullptr || destination == nullptr || info == nullptr) {
-    return false;
-  }
-  MemoryAllocator memory(host);
-  const ParamReader params(host);
-  const bool showChanged = params.Check(kShowChanged);
-  const int32_t threshold = Threshold(params.Slider(kStrength));
-  const bool softenLines = params.Check(kSoftenLines);
-
-  FrameBuffer src;
-  FrameBuffer dst;
-  src.AttachHost(source);
-  dst.AttachHost(destination);
-  PixelLayout layout{};
-  if (src.format != dst.format || !FourChannelLayout(src, &layout) ||
-      !FourChannelLayout(dst, nullptr)) {
-    return false;
-  }
-  const int32_t width = std::min(src.width, dst.width);
-  const int32_t height = std::min(src.height, dst.height);
-
+template <typename T>
+bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool softenLines) {
+  const FrameBuffer& src = setup.src();
+  FrameBuffer& dst = setup.dst();
+  const int32_t width = setup.width();
+  const int32_t height = setup.height();
   FrameBuffer bordered;
-  if (!bordered.Allocate(width + 2 * kBorder, height + 2 * kBorder, src.pixelBytes, &memory,
+  if (!bordered.Allocate(width + 2 * kBorder, height + 2 * kBorder, src.pixelBytes, &setup.memory(),
                          src.format, src.flipped != 0)) {
     return false;
   }
@@ -249,16 +232,30 @@ bool CEdgeSmoother::Render(IEffectHost* host, const HostFrame* source, uintptr_t
   const kernels::ConstImageView inner =
       bordered.View().Sub(kBorder, kBorder, width, height, src.pixelBytes);
   if (kernels::CopyPixels(inner, dst.View(), src.pixelBytes) != kernels::kOk) return false;
-
-  if (layout.isFloat) {
-    StepSearch<float>(bordered, dst, width, height, layout, threshold * 0.003921569f, showChanged,
-                      softenLines)
-        .Run();
-  } else {
-    StepSearch<uint8_t>(bordered, dst, width, height, layout, threshold, showChanged, softenLines)
-        .Run();
-  }
+  // Floats compare on their own scale: the byte threshold over 255.
+  typename StepSearch<T>::Tolerance tolerance = threshold;
+  if constexpr (std::is_same_v<T, float>) tolerance = static_cast<float>(threshold) * 0.003921569f;
+  StepSearch<T>(bordered, dst, width, height, setup.srcLayout(), tolerance, showChanged,
+                softenLines)
+      .Run();
   return true;
+}
+
+}  // namespace
+
+CEdgeSmoother::CEdgeSmoother() : EffectBase(kTable) {}
+
+bool CEdgeSmoother::Render(IEffectHost* host, const HostFrame* source, uintptr_t /*unused*/,
+                           HostFrame* destination, const RenderInfo* info) {
+  RenderSetup setup(host, source, destination, info);
+  if (!setup) return false;
+  const ParamReader params(host);
+  const bool showChanged = params.Read(kShowChanged);
+  const int32_t threshold = Threshold(params.Read(kStrength));
+  const bool softenLines = params.Read(kSoftenLines);
+  return BySampleType(setup.srcLayout().isFloat, [&]<typename T>(Samples<T>) {
+    return Smooth<T>(setup, threshold, showChanged, softenLines);
+  });
 }
 
 }  // namespace vitrella

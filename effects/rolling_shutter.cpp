@@ -5,14 +5,13 @@
 #include "core/frame_convert.h"
 #include "core/frame_math.h"
 #include "core/frame_ops.h"
+#include "core/render_setup.h"
 #include "effects/rs_analysis.h"
 #include "effects/rs_correction.h"
 #include "effects/rs_state.h"
 
 namespace vitrella {
 namespace {
-
-enum Param : uint32_t { kCorrection = 0, kQuality = 1, kDirection = 2, kBorderFill = 3 };
 
 constexpr const char* kDirections[] = {"Down", "Up"};
 constexpr const char* kBorderFills[] = {"Source", "Zoom", "Stretch"};
@@ -31,6 +30,12 @@ constexpr PresetDef kPresets[] = {
     {"Reset to None", {SliderValue(0.1101f), SliderValue(0.5501f), ChoiceValue(0), ChoiceValue(2)}},
 };
 
+constexpr SliderId kCorrection{0, "Correction"};
+constexpr SliderId kQuality{1, "Quality"};
+constexpr ChoiceId kDirection{2, "Scanning Direction"};
+constexpr ChoiceId kBorderFill{3, "Border Fill"};
+
+static_assert(NamesMatch(kParams, kCorrection, kQuality, kDirection, kBorderFill));
 static_assert(TableIsWellFormed(kParams, kPresets));
 
 constexpr EffectTable kTable{"Rolling Shutter", kTraitsReadsFrames, kParams, kPresets};
@@ -63,10 +68,10 @@ bool Overlap(const FrameBuffer& a, const FrameBuffer& b) {
 bool RenderBytes(IEffectHost* host, const HostFrame& request, const FrameBuffer& src,
                  FrameBuffer& dst, const RenderInfo& info, MemoryAllocator& memory) {
   const ParamReader params(host);
-  const float correction = params.Slider(kCorrection);
-  const float quality = params.Slider(kQuality);
-  const bool scansUp = params.Choice(kDirection) == 1;
-  const int32_t fillChoice = params.Choice(kBorderFill);
+  const float correction = params.Read(kCorrection);
+  const float quality = params.Read(kQuality);
+  const bool scansUp = params.Read(kDirection) == 1;
+  const int32_t fillChoice = params.Read(kBorderFill);
   const RsBorderFill fill = fillChoice >= 0 && fillChoice <= 2
                                 ? static_cast<RsBorderFill>(fillChoice)
                                 : RsBorderFill::kStretch;
@@ -132,8 +137,7 @@ bool RenderFloats(IEffectHost* host, const HostFrame& request, const FrameBuffer
   FrameBuffer scaled;
   // Every step keeps the channels where they are; the byte frames keep the order's name
   // too, so that the gray of the analysis weighs the right channels.
-  const PixelFormat byteFormat =
-      src.format == PixelFormat32FARGB ? PixelFormat8ARGB : PixelFormat8BGRA;
+  const PixelFormat byteFormat = OtherDepthOf(src.format);
   if (!srcBytes.Allocate(src.width, src.height, 4, &memory, byteFormat, src.flipped != 0) ||
       !dstBytes.Allocate(dst.width, dst.height, 4, &memory, byteFormat, dst.flipped != 0) ||
       !scaled.Allocate(std::max(src.width, dst.width), std::max(src.height, dst.height), 16,
@@ -159,19 +163,12 @@ bool CRollingShutterFixer::Render(IEffectHost* host, const HostFrame* source, ui
     AnnounceFrames(host, info);
     return true;
   }
-  if (host == nullptr || source == nullptr || destination == nullptr || info == nullptr ||
-      source->format != destination->format) {
-    return false;
+  RenderSetup setup(host, source, destination, info);
+  if (!setup) return false;
+  if (setup.srcLayout().isFloat) {
+    return RenderFloats(host, *source, setup.src(), setup.dst(), *info, setup.memory());
   }
-  FrameBuffer src;
-  FrameBuffer dst;
-  if (!src.AttachHost(source) || !dst.AttachHost(destination) || !IsFourChannel(src) ||
-      !IsFourChannel(dst)) {
-    return false;
-  }
-  MemoryAllocator memory(host);
-  if (IsFloatFormat(src.format)) return RenderFloats(host, *source, src, dst, *info, memory);
-  return RenderBytes(host, *source, src, dst, *info, memory);
+  return RenderBytes(host, *source, setup.src(), setup.dst(), *info, setup.memory());
 }
 
 }  // namespace vitrella

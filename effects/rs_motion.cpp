@@ -169,9 +169,7 @@ RsMotionResult Estimate(const FrameBuffer& a, FrameBuffer& b, MemoryAllocator* m
   const FrameBuffer* colour = &a;
   FrameBuffer bytes;
   if (IsFloatFormat(a.format)) {
-    const PixelFormat byteFormat =
-        a.format == PixelFormat32FARGB ? PixelFormat8ARGB : PixelFormat8BGRA;
-    if (!bytes.Allocate(a.width, a.height, 4, memory, byteFormat, a.flipped != 0) ||
+    if (!bytes.Allocate(a.width, a.height, 4, memory, OtherDepthOf(a.format), a.flipped != 0) ||
         !ConvertFrame(a, bytes)) {
       return result;
     }
@@ -189,12 +187,14 @@ RsMotionResult Estimate(const FrameBuffer& a, FrameBuffer& b, MemoryAllocator* m
   if (tracked.Count() < kEnoughPoints) {
     tracked = Track(first, second, SelectFeatures(first, budget, kSecondSearch), window);
   }
+  // From here on b holds a's gray image, which the next measurement starts from; a motion
+  // whose image could not be kept is not counted.
+  if (!CopyFrame(gray, b)) return RsMotionResult{};
   RepresentativeMotion(tracked, result);
   GuardAgainstFlip(history, frameNumber, result);
   result.motionFrame = frameNumber;
   result.invalid = 0;
   history.Append(result);
-  CopyFrame(gray, b);
   return result;
 }
 

@@ -9,12 +9,6 @@ IGPUServices* QueryGPUServices(IEffectHost* host) {
   return static_cast<IGPUServices*>(found);
 }
 
-int32_t SwapFlag(int32_t format) {
-  return format == PixelFormat8ARGB || format == PixelFormat32FARGB || format == kGPUFormatSwapped
-             ? 1
-             : 0;
-}
-
 bool GPUEffectHelper::BeginGPUFrameSetup(IEffectHost* host, IGLContext* context, GPUSetupInfo* info,
                                          uintptr_t word) {
   IGPUServices* services = QueryGPUServices(host);
@@ -27,15 +21,21 @@ bool GPUEffectHelper::BeginGPUFrameSetup(IEffectHost* host, IGLContext* context,
   return result;
 }
 
+bool GPUEffectHelper::SetupGPUFrame(IEffectHost* host, GPUSetupInfo* info, uintptr_t /*word*/) {
+  IGPUServices* services = QueryGPUServices(host);
+  if (services == nullptr) return false;
+  const bool usable = TestPrograms(services, setupPrograms_);
+  if (info != nullptr) *info = GPUSetupInfo{0, usable ? 1U : 0U, 0};
+  services->Release();
+  return true;
+}
+
 bool GPUEffectHelper::RenderGPU(uintptr_t /*unused*/, IEffectHost* host, IGLContext* context,
                                 const GPUTextureRef* source, const GPUTextureRef* secondSource,
                                 GPUTextureRef* destination, const RenderInfo* info) {
   if (host == nullptr || info == nullptr || source == nullptr) return false;
-  const int32_t format = source->format;
-  if (format != PixelFormat8BGRA && format != PixelFormat8ARGB && format != PixelFormat32FBGRA &&
-      format != PixelFormat32FARGB) {
-    return false;
-  }
+  // The source alone is looked at: a destination of the GPU's own format 9 is served.
+  if (!IsHostFormat(source->format)) return false;
   IGPUServices* services = QueryGPUServices(host);
   if (services == nullptr) return false;
 

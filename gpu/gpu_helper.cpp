@@ -11,10 +11,6 @@
 namespace vitrella {
 namespace {
 
-bool IsSwappedFormat(int32_t format) {
-  return format == PixelFormat8ARGB || format == PixelFormat32FARGB || format == kGPUFormatSwapped;
-}
-
 using MultiTexCoord2f = void (*)(GLenum, GLfloat, GLfloat);
 using UseProgramObject = void (*)(GLuint);
 
@@ -202,7 +198,7 @@ bool GPUHelper::OutputStep(const GPUTextureRef* result, const GPUTextureRef* des
   if (created) {
     SetRenderTarget(destination, false);
     BeginPass(bundle);
-    bundle.SetInt("SwapChannelsDst", IsSwappedFormat(destination->format) ? 1 : 0);
+    bundle.SetInt("SwapChannelsDst", SwapFlag(destination->format));
     bundle.SetTexture("Tex", result->texture);
     const auto allocatedWidth = static_cast<float>(result->allocatedWidth);
     const auto allocatedHeight = static_cast<float>(result->allocatedHeight);
@@ -254,25 +250,34 @@ void GPUHelper::ReleaseProgram(ProgramBundle& bundle) {
   bundle.DetachProgram();
 }
 
-bool GPUHelper::TestPrograms(IGPUServices* services, const StoredProgram* const* vertex,
-                             const StoredProgram* const* fragment, const GLDriver& driver) {
+bool GPUHelper::TestPrograms(IGPUServices* services, std::span<const ProgramPair> programs,
+                             const GLDriver& driver) {
   if (services == nullptr) return false;
   if (glCreateShaderObjectARB == nullptr && !BindAll(driver)) return false;
-  if (vertex == nullptr || fragment == nullptr || vertex[0] == nullptr) return true;
-  bool created = false;
-  for (int i = 0; vertex[i] != nullptr && fragment[i] != nullptr; ++i) {
+  bool created = true;
+  for (const ProgramPair& pair : programs) {
+    const StoredProgram& vertex = StoredProgramAt(pair.vertex);
+    const StoredProgram& fragment = StoredProgramAt(pair.fragment);
     ProgramBundle bundle(true);
     IGPUProgram* program = nullptr;
-    created = services->CreateProgram(context_, &program, vertex[i]->text, fragment[i]->text,
-                                      nullptr, vertex[i]->storedSize, fragment[i]->storedSize, 0,
-                                      vertex[i]->length, fragment[i]->length, 0, vertex[i]->value,
-                                      fragment[i]->value, 0);
+    created = services->CreateProgram(context_, &program, vertex.text, fragment.text, nullptr,
+                                      vertex.storedSize, fragment.storedSize, 0, vertex.length,
+                                      fragment.length, 0, vertex.value, fragment.value, 0);
     bundle.AttachProgram(services, context_, program);
     if (created) ++livePrograms_;
     ReleaseProgram(bundle);
     if (!created) break;
   }
   return created;
+}
+
+bool GPUHelper::FinishFrame(GPUTextureRef* result, const GPUTextureRef* source,
+                            const GPUTextureRef* destination) {
+  if (result == nullptr || source == nullptr) return false;
+  result->flipped = source->flipped;
+  if (context_ != nullptr) context_->UseProgram(0);
+  SetRenderTarget(nullptr, false);
+  return OutputStep(result, destination);
 }
 
 }  // namespace vitrella

@@ -4,14 +4,22 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "gpu/arb_helper.h"
 #include "gpu/gl_guard.h"
 #include "gpu/program_bundle.h"
 #include "gpu/program_store.h"
 #include "vitrella/gpu.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella {
+
+// 1 when a picture of this format is read and written through the .grab swizzle: the
+// alpha-first formats 1 and 4, and the GPU's own 9.
+constexpr int32_t SwapFlag(int32_t format) {
+  return IsAlphaFirst(format) || format == kGPUFormatSwapped ? 1 : 0;
+}
 
 class GPUHelper : public ARBHelper, private GLGuard {
  public:
@@ -60,11 +68,15 @@ class GPUHelper : public ARBHelper, private GLGuard {
   bool CreateProgram(ProgramBundle& bundle, int vertexId, int fragmentId);
   void ReleaseProgram(ProgramBundle& bundle);
 
-  // Whether this context can create each vertex and fragment program pair of the lists
-  // (both ended by null). Binds the table itself when nobody has filled it.
-  bool TestPrograms(IGPUServices* services, const StoredProgram* const* vertex,
-                    const StoredProgram* const* fragment,
+  // Whether this context can create each program of the list, tried in turn until one
+  // fails. Binds the table itself when nobody has filled it; an empty list only binds.
+  bool TestPrograms(IGPUServices* services, std::span<const ProgramPair> programs,
                     const GLDriver& driver = CurrentGLDriver());
+
+  // The end of every RenderGPUFrame: marks the result with the source's row order, leaves
+  // the last program and target, and copies the result into the destination.
+  bool FinishFrame(GPUTextureRef* result, const GPUTextureRef* source,
+                   const GPUTextureRef* destination);
 
   IGLContext* context() const { return context_; }
   IGPUServices* services() const { return services_; }

@@ -20,6 +20,12 @@ struct StoredProgram {
 
 std::span<const StoredProgram> GpuProgramStore();
 
+// A vertex and a fragment program of the store, by their ids, that make one program.
+struct ProgramPair {
+  int vertex;
+  int fragment;
+};
+
 inline const StoredProgram& StoredProgramAt(int id) {
   return GpuProgramStore()[static_cast<size_t>(id)];
 }

@@ -10,16 +10,14 @@
 #include <vector>
 
 #include "egl_extension_table.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella::host {
 namespace {
 
-bool IsFloat(int32_t format) {
-  return format == PixelFormat32FBGRA || format == PixelFormat32FARGB;
-}
+// Textures hold the host's four-channel formats and the GPU's own 9 (bytes).
 bool IsFourChannel(int32_t format) {
-  return format == PixelFormat8BGRA || format == PixelFormat8ARGB || IsFloat(format) ||
-         format == kGPUFormatSwapped;
+  return IsHostFormat(format) || format == kGPUFormatSwapped;
 }
 
 class EglTexture final : public IGPUTexture {
@@ -331,7 +329,7 @@ bool EglServices::CreateTexture(IGLContext* /*context*/, GPUTextureRef* out, con
                                 int32_t pitch, uintptr_t /*reserved*/) {
   if (out == nullptr) return false;
   *out = GPUTextureRef{};
-  const int32_t pixelBytes = IsFloat(format) ? 16 : 4;
+  const int32_t pixelBytes = IsFloatFormat(format) ? 16 : 4;
   if (width < 1 || height < 1 || width > 16384 || height > 16384 || !IsFourChannel(format) ||
       (pixels != nullptr && (pitch < width * pixelBytes || pitch % pixelBytes != 0))) {
     return false;
@@ -349,8 +347,8 @@ bool EglServices::CreateTexture(IGLContext* /*context*/, GPUTextureRef* out, con
   glPixelStorei(GL_UNPACK_ROW_LENGTH, pixels != nullptr ? pitch / pixelBytes : 0);
   // Every four-channel picture goes up as BGRA: ARGB memory arrives swapped, and programs
   // read it back through .grab.
-  glTexImage2D(GL_TEXTURE_2D, 0, IsFloat(format) ? GL_RGBA32F : GL_RGBA8, width, height, 0, GL_BGRA,
-               IsFloat(format) ? GL_FLOAT : GL_UNSIGNED_BYTE, pixels);
+  glTexImage2D(GL_TEXTURE_2D, 0, IsFloatFormat(format) ? GL_RGBA32F : GL_RGBA8, width, height, 0,
+               GL_BGRA, IsFloatFormat(format) ? GL_FLOAT : GL_UNSIGNED_BYTE, pixels);
   glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
   glBindTexture(GL_TEXTURE_2D, 0);
   if (glGetError() != GL_NO_ERROR) {
@@ -511,7 +509,7 @@ bool EglServices::Upload(const HostFrame& frame, GPUTextureRef* out) {
 
 bool EglServices::Download(const GPUTextureRef& texture, HostFrame& frame) {
   if (texture.texture == nullptr || frame.data == nullptr || frame.pitch <= 0) return false;
-  const int32_t pixelBytes = IsFloat(frame.format) ? 16 : 4;
+  const int32_t pixelBytes = IsFloatFormat(frame.format) ? 16 : 4;
   if (frame.pitch % pixelBytes != 0 || frame.width > texture.width ||
       frame.height > texture.height) {
     return false;
@@ -522,7 +520,7 @@ bool EglServices::Download(const GPUTextureRef& texture, HostFrame& frame) {
   glPixelStorei(GL_PACK_ALIGNMENT, 4);
   glPixelStorei(GL_PACK_ROW_LENGTH, frame.pitch / pixelBytes);
   glReadPixels(texture.left, texture.top, frame.width, frame.height, GL_BGRA,
-               IsFloat(frame.format) ? GL_FLOAT : GL_UNSIGNED_BYTE, frame.data);
+               IsFloatFormat(frame.format) ? GL_FLOAT : GL_UNSIGNED_BYTE, frame.data);
   glPixelStorei(GL_PACK_ROW_LENGTH, 0);
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   return glGetError() == GL_NO_ERROR;

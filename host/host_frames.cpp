@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host_error.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella::host {
 namespace {
@@ -23,12 +24,8 @@ constexpr NamedFormat kFormatNames[] = {
     {PixelFormat32FARGB, "argb32f"},
 };
 
-// Formats 1 and 4 are the exact reversal of 0 and 3: A,R,G,B is B,G,R,A backwards.
-bool ReversedChannels(PixelFormat format) {
-  return format == PixelFormat8ARGB || format == PixelFormat32FARGB;
-}
-
-// Copies `from` into `to` of the same size, reversing the four channels when asked.
+// Copies `from` into `to` of the same size, reversing the four channels when asked: formats
+// 1 and 4 are the exact reversal of 0 and 3.
 void CopyPixels(const cv::Mat& from, cv::Mat& to, bool reversed) {
   if (!reversed) {
     from.copyTo(to);
@@ -60,21 +57,8 @@ std::string_view FormatName(PixelFormat format) {
   return "unknown";
 }
 
-bool IsFloatFormat(PixelFormat format) {
-  return format == PixelFormat32FBGRA || format == PixelFormat32FARGB;
-}
-
 int32_t PixelBytesOf(PixelFormat format) {
-  switch (format) {
-    case PixelFormat8BGRA:
-    case PixelFormat8ARGB:
-      return 4;
-    case PixelFormat32FBGRA:
-    case PixelFormat32FARGB:
-      return 16;
-    default:
-      return 0;
-  }
+  return IsHostFormat(format) ? FormatPixelBytes(format) : 0;
 }
 
 void OwnedFrame::Free::operator()(uint8_t* memory) const {
@@ -123,7 +107,7 @@ OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder o
   OwnedFrame frame(picture.cols, picture.rows, format, topFirst);
   // The frame's memory as a picture, turned over when its rows go bottom first.
   cv::Mat memory(picture.rows, picture.cols, type, frame.Row(0), frame.record().pitch);
-  CopyPixels(channels, memory, ReversedChannels(format));
+  CopyPixels(channels, memory, IsAlphaFirst(format));
   if (!topFirst) cv::flip(memory, memory, 0);
   return frame;
 }
@@ -146,7 +130,7 @@ cv::Mat FrameToPicture(const HostFrame& frame) {
   for (int32_t i = 0; i < frame.height; ++i) {
     const cv::Mat row(1, frame.width, type, frame.data + static_cast<ptrdiff_t>(i) * frame.pitch);
     cv::Mat out = picture.row(i);
-    CopyPixels(row, out, ReversedChannels(frame.format));
+    CopyPixels(row, out, IsAlphaFirst(frame.format));
   }
   if (frame.flipped == 0) cv::flip(picture, picture, 0);
   return picture;

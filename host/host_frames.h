@@ -20,7 +20,6 @@ namespace vitrella::host {
 // Command-line names: "bgra8", "argb8", "bgra32f", "argb32f".
 std::optional<PixelFormat> ParseFormatName(std::string_view name);
 std::string_view FormatName(PixelFormat format);
-bool IsFloatFormat(PixelFormat format);
 // 4 or 16 for the host's formats, 0 for the others.
 int32_t PixelBytesOf(PixelFormat format);
 

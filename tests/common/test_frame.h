@@ -7,37 +7,9 @@
 #include <random>
 #include <vector>
 
-#include "vitrella/records.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella::testing {
-
-inline bool IsFloat(PixelFormat format) {
-  return format == PixelFormat32FBGRA || format == PixelFormat32FARGB ||
-         format == PixelFormat32FGray;
-}
-
-inline int32_t BytesPerPixel(PixelFormat format) {
-  switch (format) {
-    case PixelFormat8BGRA:
-    case PixelFormat8ARGB:
-    case PixelFormat32FGray:
-      return 4;
-    case PixelFormat32FBGRA:
-    case PixelFormat32FARGB:
-      return 16;
-    default:
-      return 1;
-  }
-}
-
-// Channel positions of red, green, blue and alpha in a four-channel format.
-struct Channels {
-  int red, green, blue, alpha;
-};
-inline Channels ChannelsOf(PixelFormat format) {
-  const bool argb = format == PixelFormat8ARGB || format == PixelFormat32FARGB;
-  return argb ? Channels{1, 2, 3, 0} : Channels{2, 1, 0, 3};
-}
 
 inline constexpr uint8_t kSentinel = 0xA5;
 
@@ -48,7 +20,7 @@ class TestFrame {
   TestFrame(int32_t width, int32_t height, PixelFormat format, int32_t rowPadding = 0,
             bool bottomUp = false)
       : width_(width), height_(height), format_(format) {
-    pixelBytes_ = BytesPerPixel(format);
+    pixelBytes_ = FormatPixelBytes(format);
     pitch_ = width * pixelBytes_ + rowPadding;
     storage_.assign(static_cast<size_t>(pitch_) * height + 2 * kGuard, kSentinel);
     frame_.width = width;
@@ -76,7 +48,7 @@ class TestFrame {
   // Channel c of pixel (x, y) in host rows, as a float: bytes as 0..255, floats as stored.
   float Get(int32_t x, int32_t y, int c) {
     uint8_t* p = HostRow(y) + static_cast<ptrdiff_t>(x) * pixelBytes_;
-    if (IsFloat(format_)) {
+    if (IsFloatFormat(format_)) {
       float v;
       std::memcpy(&v, p + 4 * c, 4);
       return v;
@@ -85,7 +57,7 @@ class TestFrame {
   }
   void Set(int32_t x, int32_t y, int c, float v) {
     uint8_t* p = HostRow(y) + static_cast<ptrdiff_t>(x) * pixelBytes_;
-    if (IsFloat(format_)) {
+    if (IsFloatFormat(format_)) {
       std::memcpy(p + 4 * c, &v, 4);
     } else {
       p[c] = static_cast<uint8_t>(v);
@@ -93,8 +65,8 @@ class TestFrame {
   }
   // Sets all four channels from 8-bit values (floats get value / 255), in r, g, b, a.
   void SetRgba(int32_t x, int32_t y, int r, int g, int b, int a) {
-    const Channels ch = ChannelsOf(format_);
-    const float scale = IsFloat(format_) ? 1.0f / 255.0f : 1.0f;
+    const ChannelPlaces ch = ChannelPlacesOf(format_);
+    const float scale = IsFloatFormat(format_) ? 1.0f / 255.0f : 1.0f;
     Set(x, y, ch.red, r * scale);
     Set(x, y, ch.green, g * scale);
     Set(x, y, ch.blue, b * scale);

@@ -26,7 +26,7 @@ int32_t ChannelCount(PixelFormat format) {
 
 void FillRandom(TestFrame& frame, uint32_t seed) {
   std::mt19937 random(seed);
-  const bool floats = testing::IsFloat(frame.Format());
+  const bool floats = IsFloatFormat(frame.Format());
   for (int32_t y = 0; y < frame.Height(); ++y) {
     for (int32_t x = 0; x < frame.Width(); ++x) {
       for (int32_t c = 0; c < ChannelCount(frame.Format()); ++c) {
@@ -51,7 +51,7 @@ std::vector<double> ReferenceBlur(TestFrame& src, PixelFormat dstFormat, const B
   const int32_t w = src.Width();
   const int32_t h = src.Height();
   const int32_t channels = ChannelCount(dstFormat);
-  const bool floats = testing::IsFloat(dstFormat);
+  const bool floats = IsFloatFormat(dstFormat);
   const int32_t insetX = std::min(2, (w - 1) / 2);
   const int32_t insetY = std::min(2, (h - 1) / 2);
   const auto cx = [&](int32_t x) { return std::clamp(x, insetX, w - 1 - insetX); };
@@ -122,19 +122,19 @@ std::vector<double> ReferenceBlur(TestFrame& src, PixelFormat dstFormat, const B
 ::testing::AssertionResult BlursLikeTheReference(PixelFormat format, int32_t width, int32_t height,
                                                  const Blur& blur, uint32_t seed) {
   // Padded pitches, odd for bytes; float rows stay four-byte aligned, as hosts give them.
-  const int32_t padding = testing::IsFloat(format) ? 4 : 5;
+  const int32_t padding = IsFloatFormat(format) ? 4 : 5;
   TestFrame src(width, height, format, padding);
   TestFrame dst(width, height, format, 2 * padding);
   FillRandom(src, seed);
   FrameBuffer in;
   FrameBuffer out;
-  in.AttachHost(src.Host());
-  out.AttachHost(dst.Host());
+  EXPECT_TRUE(in.AttachHost(src.Host()));
+  EXPECT_TRUE(out.AttachHost(dst.Host()));
   if (!FrameBlur(in, out, static_cast<float>(blur.sizeX), static_cast<float>(blur.sizeY), nullptr,
                  blur.blurAlpha)) {
     return ::testing::AssertionFailure() << "FrameBlur failed";
   }
-  return MatchesReference(src, dst, blur, testing::IsFloat(format) ? 2e-6 : 0.0);
+  return MatchesReference(src, dst, blur, IsFloatFormat(format) ? 2e-6 : 0.0);
 }
 
 class FrameBlurOnEveryPath : public kernels::OnEveryKernelPath {};
@@ -179,12 +179,11 @@ TEST_P(FrameBlurOnEveryPath, ArgbSourcesEnterBgraFramesReversed) {
     FillRandom(src, 9);
     FrameBuffer in;
     FrameBuffer out;
-    in.AttachHost(src.Host());
-    out.AttachHost(dst.Host());
+    EXPECT_TRUE(in.AttachHost(src.Host()));
+    EXPECT_TRUE(out.AttachHost(dst.Host()));
     ASSERT_TRUE(FrameBlur(in, out, 6.0f, 5.0f, nullptr, 0));
     const bool reversed = to != PixelFormat8ARGB;
-    EXPECT_TRUE(
-        MatchesReference(src, dst, {6, 5, false, reversed}, testing::IsFloat(to) ? 2e-6 : 0.0))
+    EXPECT_TRUE(MatchesReference(src, dst, {6, 5, false, reversed}, IsFloatFormat(to) ? 2e-6 : 0.0))
         << from << " to " << to;
   }
 }
@@ -195,11 +194,11 @@ TEST(FrameBlur, SizesBelowOneCopyAndOthersAreTruncatedAndCapped) {
   TestFrame src(9, 7, PixelFormat8BGRA, 4);
   FillRandom(src, 1);
   FrameBuffer in;
-  in.AttachHost(src.Host());
+  EXPECT_TRUE(in.AttachHost(src.Host()));
   const auto blurred = [&](float x, float y) {
     TestFrame dst(9, 7, PixelFormat8BGRA, 0);
     FrameBuffer out;
-    out.AttachHost(dst.Host());
+    EXPECT_TRUE(out.AttachHost(dst.Host()));
     EXPECT_TRUE(FrameBlur(in, out, x, y, nullptr, 1));
     return dst.Pixels();
   };
@@ -216,8 +215,8 @@ TEST(FrameBlur, RefusesUnequalPixelSizesAndMissingFrames) {
   TestFrame floats(8, 8, PixelFormat32FBGRA);
   FrameBuffer in;
   FrameBuffer out;
-  in.AttachHost(bytes.Host());
-  out.AttachHost(floats.Host());
+  EXPECT_TRUE(in.AttachHost(bytes.Host()));
+  EXPECT_TRUE(out.AttachHost(floats.Host()));
   EXPECT_FALSE(FrameBlur(in, out, 3.0f, 3.0f, nullptr, 1));
   FrameBuffer empty;
   EXPECT_FALSE(FrameBlur(empty, empty, 3.0f, 3.0f, nullptr, 1));
@@ -233,8 +232,8 @@ TEST(FrameBlur, TakesTwoScratchFramesFromTheAllocatorAndFailsWithout) {
   FillRandom(src, 8);
   FrameBuffer in;
   FrameBuffer out;
-  in.AttachHost(src.Host());
-  out.AttachHost(dst.Host());
+  EXPECT_TRUE(in.AttachHost(src.Host()));
+  EXPECT_TRUE(out.AttachHost(dst.Host()));
   {
     MemoryAllocator memory(&host);
     ASSERT_TRUE(FrameBlur(in, out, 7.0f, 4.0f, &memory, 1));
@@ -258,7 +257,7 @@ TEST(FrameBlur, LongKernelsBlurInPlaceThroughOneScratchFrame) {
     FillRandom(original, 6);
     FillRandom(frame, 6);
     FrameBuffer buffer;
-    buffer.AttachHost(frame.Host());
+    EXPECT_TRUE(buffer.AttachHost(frame.Host()));
     const int32_t before = host.allocator.allocations;
     {
       MemoryAllocator memory(&host);
@@ -280,8 +279,8 @@ TEST(FrameBlur, WritesOnlyTheCommonExtent) {
   const std::vector<uint8_t> before = dst.Pixels();
   FrameBuffer in;
   FrameBuffer out;
-  in.AttachHost(src.Host());
-  out.AttachHost(dst.Host());
+  EXPECT_TRUE(in.AttachHost(src.Host()));
+  EXPECT_TRUE(out.AttachHost(dst.Host()));
   ASSERT_TRUE(FrameBlur(in, out, 5.0f, 8.0f, nullptr, 1));
   const std::vector<uint8_t> after = dst.Pixels();
   for (int32_t y = 0; y < 15; ++y) {

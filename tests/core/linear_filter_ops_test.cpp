@@ -36,12 +36,12 @@ bool SamePixel(const FrameBuffer& a, const FrameBuffer& b, int32_t x, int32_t y)
 struct Frames {
   Frames(int32_t w, int32_t h, PixelFormat format) {
     const int32_t bytes = FormatPixelBytes(format);
-    src.Allocate(w, h, bytes, nullptr, format, false);
-    dst.Allocate(w, h, bytes, nullptr, format, false);
-    before.Allocate(w, h, bytes, nullptr, format, false);
+    EXPECT_TRUE(src.Allocate(w, h, bytes, nullptr, format, false));
+    EXPECT_TRUE(dst.Allocate(w, h, bytes, nullptr, format, false));
+    EXPECT_TRUE(before.Allocate(w, h, bytes, nullptr, format, false));
     FillRandom(src, 1);
     FillRandom(dst, 2);
-    CopyFrame(dst, before);
+    EXPECT_TRUE(CopyFrame(dst, before));
   }
   // Byte channel c of pixel (x, y) of the 8-bit source as the direct sum along the
   // filter's direction would give it.

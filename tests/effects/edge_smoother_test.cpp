@@ -16,8 +16,6 @@
 namespace vitrella {
 namespace {
 
-using testing::Channels;
-using testing::ChannelsOf;
 using testing::FakeHost;
 using testing::TestFrame;
 
@@ -223,8 +221,8 @@ class EdgeSmootherFormats : public ::testing::TestWithParam<Case> {};
 
 TEST_P(EdgeSmootherFormats, FollowsTheStepRulesExactly) {
   const auto [format, bottomUp] = GetParam();
-  const bool isFloat = testing::IsFloat(format);
-  const Channels ch = ChannelsOf(format);
+  const bool isFloat = IsFloatFormat(format);
+  const ChannelPlaces ch = ChannelPlacesOf(format);
   struct Setting {
     float strength;
     int threshold;
@@ -311,8 +309,8 @@ TEST_P(EdgeSmootherFormats, FramesTooSmallForAPassComeBackUnchanged) {
 
 TEST_P(EdgeSmootherFormats, MarksAOnePixelStairAlongItsDiagonalOnly) {
   const auto [format, bottomUp] = GetParam();
-  const Channels ch = ChannelsOf(format);
-  const float full = testing::IsFloat(format) ? 1.0f : 255.0f;
+  const ChannelPlaces ch = ChannelPlacesOf(format);
+  const float full = IsFloatFormat(format) ? 1.0f : 255.0f;
   const int n = 32;
   TestFrame src(n, n, format, 0, bottomUp);
   for (int y = 0; y < n; ++y) {

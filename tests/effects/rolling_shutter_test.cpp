@@ -127,8 +127,8 @@ std::vector<uint8_t> Corrected(TestFrame& src, float dx, float dy, float correct
               static_cast<size_t>(src.Height()) * src.Width() * src.Host()->pixelBytes);
   FrameBuffer in;
   FrameBuffer to;
-  in.AttachHost(src.Host());
-  to.AttachHost(out.Host());
+  EXPECT_TRUE(in.AttachHost(src.Host()));
+  EXPECT_TRUE(to.AttachHost(out.Host()));
   const RsShear shear = RsShearOf(dx, dy, kWidth, kHeight, correction, kFieldModeFrame);
   EXPECT_TRUE(ApplyRsCorrection(in, to, kWidth, kHeight, shear, fill));
   return out.Pixels();
@@ -155,8 +155,8 @@ TEST_F(RollingShutterTest, MeasuresAShiftedPhotographWithinHalfAPixel) {
     auto current = Window(40 - shift.dx, 40 - shift.dy);  // content moves by (dx, dy)
     FrameBuffer a;
     FrameBuffer c;
-    a.AttachHost(earlier->Host());
-    c.AttachHost(current->Host());
+    EXPECT_TRUE(a.AttachHost(earlier->Host()));
+    EXPECT_TRUE(c.AttachHost(current->Host()));
     FrameBuffer b;
     ASSERT_TRUE(MakeRsAnalysisImage(c, b, nullptr));
     ASSERT_EQ(b.width, kRsAnalysisWidth);
@@ -175,7 +175,7 @@ TEST_F(RollingShutterTest, FlatFramesGiveNoMotionAndNoFailure) {
       grey.SetRgba(x, y, 128, 128, 128, 255);
   }
   FrameBuffer a;
-  a.AttachHost(grey.Host());
+  EXPECT_TRUE(a.AttachHost(grey.Host()));
   FrameBuffer b;
   ASSERT_TRUE(MakeRsAnalysisImage(a, b, nullptr));
   const RsMotionResult m = EstimateRsMotion(a, b, nullptr, 0.55f, 3, history);
@@ -263,8 +263,8 @@ TEST_F(RollingShutterTest, FloatFramesAreCorrectedInEightBits) {
   FillClip(floats, 2, PixelFormat32FARGB);
   auto byteOut = RenderFrame(bytes, 1);
   auto floatOut = RenderFrame(floats, 1);
-  const testing::Channels bgra = testing::ChannelsOf(PixelFormat8BGRA);
-  const testing::Channels argb = testing::ChannelsOf(PixelFormat32FARGB);
+  const ChannelPlaces bgra = ChannelPlacesOf(PixelFormat8BGRA);
+  const ChannelPlaces argb = ChannelPlacesOf(PixelFormat32FARGB);
   for (int32_t y : {0, 100, kHeight - 1}) {
     for (int32_t x : {0, 17, 320, kWidth - 1}) {
       EXPECT_NEAR(floatOut->Get(x, y, argb.green) * 255.0f, byteOut->Get(x, y, bgra.green), 1e-3)

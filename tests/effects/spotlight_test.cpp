@@ -28,8 +28,8 @@ constexpr int kBackColor = 19;
 // so only opaque pictures come back unchanged where the grades change nothing.
 void FillOpaque(TestFrame& frame, uint32_t seed) {
   frame.FillRandom(seed);
-  const int alpha = testing::ChannelsOf(frame.Format()).alpha;
-  const float full = testing::IsFloat(frame.Format()) ? 1.0f : 255.0f;
+  const int alpha = ChannelPlacesOf(frame.Format()).alpha;
+  const float full = IsFloatFormat(frame.Format()) ? 1.0f : 255.0f;
   for (int y = 0; y < frame.Height(); ++y) {
     for (int x = 0; x < frame.Width(); ++x)
       frame.Set(x, y, alpha, full);
@@ -65,7 +65,7 @@ TEST_F(SpotlightRender, DefaultsReturnTheSource) {
       FillOpaque(src, 7);
       TestFrame dst(23, 17, format, 4, bottomUp);
       ASSERT_TRUE(Render(src, dst)) << format;
-      if (testing::IsFloat(format)) {
+      if (IsFloatFormat(format)) {
         // Where the soft edge mixes v * m + v * (1 - m), floats may land an ulp off v.
         for (int y = 0; y < 17; ++y) {
           for (int x = 0; x < 23; ++x) {

@@ -93,19 +93,22 @@ TEST(GPUHelper, TestingProgramsBindsOnlyOnce) {
            "GL_EXT_blend_equation_separate";
   };
   FakeServices services;
-  const StoredProgram* vertex[] = {&StoredProgramAt(kProgramPassThroughVertex), nullptr};
-  const StoredProgram* fragment[] = {&StoredProgramAt(kProgramPassThroughFragment), nullptr};
+  const ProgramPair programs[] = {{kProgramPassThroughVertex, kProgramPassThroughFragment},
+                                  {kProgramQuadVertex, kProgramBlurVertical}};
   GPUHelper helper;
-  EXPECT_TRUE(helper.TestPrograms(&services, vertex, fragment, driver));
+  EXPECT_TRUE(helper.TestPrograms(&services, programs, driver));
   const int first = lookups;
   EXPECT_GT(first, 0);
-  EXPECT_TRUE(helper.TestPrograms(&services, vertex, fragment, driver));
+  EXPECT_TRUE(helper.TestPrograms(&services, programs, driver));
   EXPECT_EQ(lookups, first);
-  EXPECT_EQ(services.creations, 2);
+  EXPECT_EQ(services.creations, 4);
   EXPECT_EQ(helper.livePrograms(), 0);
+  EXPECT_TRUE(helper.TestPrograms(&services, {}, driver));  // an empty list only binds
+  EXPECT_EQ(services.creations, 4);
   services.failCreate = true;
-  EXPECT_FALSE(helper.TestPrograms(&services, vertex, fragment, driver));
-  EXPECT_FALSE(helper.TestPrograms(nullptr, vertex, fragment, driver));
+  EXPECT_FALSE(helper.TestPrograms(&services, programs, driver));
+  EXPECT_EQ(services.creations, 5);  // the first failure ends the test
+  EXPECT_FALSE(helper.TestPrograms(nullptr, programs, driver));
 }
 
 // The smallest GPU effect: it counts its frames.

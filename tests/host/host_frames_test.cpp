@@ -6,6 +6,7 @@
 
 #include "host/host_error.h"
 #include "host/host_frames.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella::host {
 
