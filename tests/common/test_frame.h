@@ -73,6 +73,14 @@ class TestFrame {
     Set(x, y, ch.alpha, a * scale);
   }
 
+  // The picture of a frame of the same size and format, row by row as the host counts
+  // them.
+  void CopyFrom(TestFrame& other) {
+    for (int32_t y = 0; y < height_; ++y) {
+      std::memcpy(HostRow(y), other.HostRow(y), static_cast<size_t>(width_) * pixelBytes_);
+    }
+  }
+
   void FillRandom(uint32_t seed) {
     std::mt19937 random(seed);
     for (int32_t y = 0; y < height_; ++y) {

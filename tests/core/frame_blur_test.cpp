@@ -69,7 +69,7 @@ std::vector<double> ReferenceBlur(TestFrame& src, PixelFormat dstFormat, const B
     }
     return floats ? sum / weights : std::floor((sum + std::floor(weights / 2)) / weights);
   };
-  const int32_t alpha = dstFormat == PixelFormat8ARGB || dstFormat == PixelFormat32FARGB ? 0 : 3;
+  const int32_t alpha = AlphaChannelOf(dstFormat);
   std::vector<double> columns(static_cast<size_t>(w) * h * channels);
   for (int32_t y = 0; y < h; ++y) {
     for (int32_t x = 0; x < w; ++x) {

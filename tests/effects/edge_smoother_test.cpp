@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "common/effect_checks.h"
 #include "common/fake_host.h"
 #include "common/test_frame.h"
 
@@ -195,7 +196,16 @@ void Store(TestFrame& f, const Picture& p, bool bottomUp, int alphaSeed) {
 }
 
 std::vector<ParamValue> Params(float strength, bool show, bool soften) {
-  return {SliderValue(strength), CheckValue(show), CheckValue(soften)};
+  CEdgeSmoother* effect = new CEdgeSmoother();
+  std::vector<ParamValue> values = testing::EffectValues(effect);
+  auto at = [&](const char* label) -> ParamValue& {
+    return values[static_cast<size_t>(testing::ParamIndex(effect, label))];
+  };
+  at("Strength").slider = strength;
+  at("Show changed pixels").check = show ? 1 : 0;
+  at("Soften straight lines").check = soften ? 1 : 0;
+  effect->Release();
+  return values;
 }
 
 bool Render(TestFrame& src, TestFrame& dst, const std::vector<ParamValue>& params,

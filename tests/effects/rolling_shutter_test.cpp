@@ -10,6 +10,8 @@
 #include <opencv2/imgcodecs.hpp>
 #include <thread>
 
+#include "common/clip_host.h"
+#include "common/effect_checks.h"
 #include "common/fake_host.h"
 #include "common/test_frame.h"
 #include "core/frame_ops.h"
@@ -25,8 +27,6 @@ using testing::TestFrame;
 constexpr int32_t kWidth = 640;  // the analysis width: motion is in source pixels
 constexpr int32_t kHeight = 360;
 constexpr int32_t kPan = 4;  // pixels per frame, leftwards across the photograph
-
-std::atomic<uint32_t> gNextKey{5000};
 
 const cv::Mat& Photograph() {
   static const cv::Mat photo = cv::imread(VITRELLA_TESTDATA_DIR "/graf1.png", cv::IMREAD_COLOR);
@@ -48,54 +48,19 @@ std::unique_ptr<TestFrame> Window(int32_t x, int32_t y, PixelFormat format = Pix
   return frame;
 }
 
-// A host that renders one clip: parameter values, an instance key, and, when it serves
-// them, earlier frames through GetFrame.
-class ClipHost final : public IEffectHost {
- public:
-  ClipHost(std::vector<ParamValue> params, bool servesFrames)
-      : values_(std::move(params)), serves_(servesFrames), key_(gNextKey++) {}
-
-  Result VITRELLA_CALL QueryInterface(const Guid&, void** out) override {
-    *out = nullptr;
-    return kNoInterface;
-  }
-  uint32_t VITRELLA_CALL AddRef() override { return 1; }
-  uint32_t VITRELLA_CALL Release() override { return 1; }
-  int32_t VITRELLA_CALL GetParamValue(uint32_t index, void* value, ParamKind) override {
-    if (index < values_.size()) std::memcpy(value, &values_[index], sizeof(ParamValue));
-    return 0;
-  }
-  void* VITRELLA_CALL GetFrame(const RenderInfo* which, HostFrame* frame) override {
-    ++asked;
-    const int32_t n = which->frameNumber;
-    if (!serves_ || n < 0 || n >= static_cast<int32_t>(clip.size())) return nullptr;
-    *frame = *clip[static_cast<size_t>(n)]->Host();
-    ++held;
-    return clip[static_cast<size_t>(n)].get();
-  }
-  int32_t VITRELLA_CALL ReleaseFrame(void* handle, HostFrame*) override {
-    if (handle != nullptr) --held;
-    return 0;
-  }
-  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override {
-    std::memset(info, 0, sizeof(HostInfo));
-    info->hostFlags = serves_ ? kHostServesGetFrame : 0;
-    info->instanceKey = key_;
-    return info;
-  }
-
-  std::vector<std::unique_ptr<TestFrame>> clip;
-  int asked = 0;
-  int held = 0;
-
- private:
-  std::vector<ParamValue> values_;
-  bool serves_;
-  uint32_t key_;
-};
+using testing::ClipHost;
 
 std::vector<ParamValue> Settings(float correction, int32_t fill, int32_t direction = 0) {
-  return {SliderValue(correction), SliderValue(0.55f), ChoiceValue(direction), ChoiceValue(fill)};
+  CRollingShutterFixer effect;
+  std::vector<ParamValue> values = testing::EffectValues(&effect);
+  auto at = [&](const char* label) -> ParamValue& {
+    return values[static_cast<size_t>(testing::ParamIndex(&effect, label))];
+  };
+  at("Correction").slider = correction;
+  at("Quality").slider = 0.55f;
+  at("Scanning Direction").choice = direction;
+  at("Border Fill").choice = fill;
+  return values;
 }
 
 RenderInfo FrameInfo(int32_t n, uint16_t fieldMode = kFieldModeFrame) {

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
 #include <vector>
 
+#include "common/effect_checks.h"
 #include "common/fake_host.h"
 #include "common/test_frame.h"
 
@@ -15,14 +17,6 @@ namespace {
 
 using testing::FakeHost;
 using testing::TestFrame;
-
-// Parameter indices.
-constexpr int kCenter = 1;
-constexpr int kSize = 4;
-constexpr int kFeather = 5;
-constexpr int kTransparent = 6;
-constexpr int kSpotBrightness = 12;
-constexpr int kBackColor = 19;
 
 // A random opaque picture: the mix through the mask weighs the background by its own alpha,
 // so only opaque pictures come back unchanged where the grades change nothing.
@@ -48,10 +42,15 @@ class SpotlightRender : public ::testing::Test {
     return effect_->Render(&host, src.Host(), 0, dst.Host(), &info);
   }
 
+  // The value of a parameter by its label, within a group where labels repeat.
+  ParamValue& Value(std::string_view label, std::string_view group = {}) {
+    return values_[static_cast<size_t>(testing::ParamIndex(effect_, label, group))];
+  }
+
   // Transparent Background with a hard edge: the output's alpha is the spot's mask.
   void MaskOnly() {
-    values_[kTransparent].check = 1;
-    values_[kFeather].slider = 0.0f;
+    Value("Transparent Background").check = 1;
+    Value("Feather").slider = 0.0f;
   }
 
   CSpotlight* effect_;
@@ -82,8 +81,8 @@ TEST_F(SpotlightRender, DefaultsReturnTheSource) {
 }
 
 TEST_F(SpotlightRender, SizeZeroLeavesNoSpotAndOnlyTheBackgroundsGrade) {
-  values_[kSize].slider = 0.0f;
-  values_[kSpotBrightness].slider = 1.0f;  // would show wherever the spot reached
+  Value("Size").slider = 0.0f;
+  Value("Brightness", "Spotlight").slider = 1.0f;  // would show wherever the spot reached
   for (PixelFormat format : {PixelFormat8BGRA, PixelFormat32FBGRA}) {
     TestFrame src(20, 14, format);
     FillOpaque(src, 3);
@@ -97,7 +96,7 @@ TEST_F(SpotlightRender, SizeZeroLeavesNoSpotAndOnlyTheBackgroundsGrade) {
       for (int x = 0; x < 20; ++x)
         ASSERT_EQ(dst.Get(x, y, 3), 0.0f) << format << " at " << x << "," << y;
     }
-    values_[kTransparent].check = 0;
+    Value("Transparent Background").check = 0;
   }
 }
 
@@ -111,7 +110,7 @@ int SpotRows(TestFrame& frame, int x) {
 
 TEST_F(SpotlightRender, AFieldHasHalfTheSpotsRowsAndTheSecondSkipsItsFirstRow) {
   MaskOnly();
-  values_[kSize].slider = 0.5f;
+  Value("Size").slider = 0.5f;
   TestFrame src(64, 48, PixelFormat8BGRA);
   src.FillRandom(1);
   TestFrame frame(64, 48, PixelFormat8BGRA);
@@ -124,7 +123,7 @@ TEST_F(SpotlightRender, AFieldHasHalfTheSpotsRowsAndTheSecondSkipsItsFirstRow) {
 
   // A spot centred on the lowest memory row (the picture's bottom, `flipped` clear): the
   // second field's mask leaves that row out.
-  values_[kCenter].point[1] = 1.0f;
+  Value("Center").point[1] = 1.0f;
   ASSERT_TRUE(Render(src, frame));
   ASSERT_TRUE(Render(src, field, kFieldModeSecondField));
   EXPECT_GT(frame.Get(32, 0, 3), 0.0f);
@@ -134,9 +133,10 @@ TEST_F(SpotlightRender, AFieldHasHalfTheSpotsRowsAndTheSecondSkipsItsFirstRow) {
 
 TEST_F(SpotlightRender, TheSpotStaysWhereThePictureHasItInEitherRowOrder) {
   MaskOnly();
-  values_[kCenter].point[1] = 0.2f;  // from the top
-  values_[kSize].slider = 0.15f;
-  values_[kBackColor].slider = 0.0f;  // a background grade, so the colours are compared too
+  Value("Center").point[1] = 0.2f;  // from the top
+  Value("Size").slider = 0.15f;
+  Value("Color", "Background").slider =
+      0.0f;  // a background grade, so the colours are compared too
   constexpr int kW = 40;
   constexpr int kH = 30;
   // The same picture: top row first with `flipped` set, and bottom row first without.
@@ -165,21 +165,11 @@ TEST_F(SpotlightRender, TheSpotStaysWhereThePictureHasItInEitherRowOrder) {
   EXPECT_EQ(topDst.Get(kW / 2, kH * 4 / 5, 0), 0.0f);
 }
 
-TEST_F(SpotlightRender, RefusesBadCallsWithoutTouchingTheDestination) {
+TEST_F(SpotlightRender, RefusesFramesOfTwoFormats) {
   TestFrame src(8, 8, PixelFormat8BGRA);
-  TestFrame dst(8, 8, PixelFormat8BGRA);
   TestFrame other(8, 8, PixelFormat32FBGRA);
-  FakeHost host(values_);
-  const RenderInfo info = testing::WholeFrameInfo();
-  EXPECT_FALSE(effect_->Render(nullptr, src.Host(), 0, dst.Host(), &info));
-  EXPECT_FALSE(effect_->Render(&host, nullptr, 0, dst.Host(), &info));
-  EXPECT_FALSE(effect_->Render(&host, src.Host(), 0, nullptr, &info));
-  EXPECT_FALSE(effect_->Render(&host, src.Host(), 0, dst.Host(), nullptr));
-  EXPECT_FALSE(effect_->Render(&host, src.Host(), 0, other.Host(), &info));
-  HostFrame empty = *src.Host();
-  empty.width = 0;
-  EXPECT_FALSE(effect_->Render(&host, &empty, 0, dst.Host(), &info));
-  EXPECT_TRUE(dst.OutsideUntouched());
+  EXPECT_FALSE(Render(src, other));
+  EXPECT_TRUE(other.OutsideUntouched());
 }
 
 }  // namespace

@@ -69,7 +69,7 @@ TEST_P(FrameLayout, PictureGoesOverAndComesBackUnchanged) {
   EXPECT_EQ(record.flipped, topFirst ? 1 : 0);
   const int topRow = topFirst ? 0 : 4;
   const cv::Vec4b topLeft = picture.at<cv::Vec4b>(0, 0);  // b, g, r, a
-  const bool argb = format == PixelFormat8ARGB || format == PixelFormat32FARGB;
+  const bool argb = IsAlphaFirst(format);
   const std::array<double, 4> expected =
       argb ? std::array<double, 4>{double(topLeft[3]), double(topLeft[2]), double(topLeft[1]),
                                    double(topLeft[0])}
