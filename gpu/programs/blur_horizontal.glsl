@@ -1,9 +1,10 @@
 // One stage of the triangular blur, along the horizontal axis. A kernel of n taps has the
 // weights 1, 2, ..., m, ..., 2, 1 (the peak twice for an even n) and is anchored at n / 2;
 // the program gets blurSize = n / 2 and isOdd = n mod 2. As on the CPU, the outer two
-// texels of each edge give way to the third, both where the kernel reads and where it
-// writes. Sizes of 0 pass the input through. GLSL 1.20 has no integer min: the weights
-// are taken in floats.
+// texels of each edge give way to the third where the kernel reads; every texel is
+// written from its own place. Alpha is not blurred: it is the input's at the texel, moved
+// in from the outer two as the reads are. Sizes of 0 pass the input through. GLSL 1.20 has no integer min: the weights are
+// taken in floats.
 #version 120
 struct Stage {
   vec2 vScaleTEXi;
@@ -31,7 +32,6 @@ void main() {
   float n = Texture0.vTEX2TEXi_Scale.x;
   float low = min(2.0, floor((n - 1.0) * 0.5));
   float high = n - 1.0 - low;
-  float centre = clamp(texel.x, low, high);
   int last = isOdd == 1 ? blurSize : blurSize - 1;
   vec4 sum = vec4(0.0);
   float total = 0.0;
@@ -39,9 +39,11 @@ void main() {
     float w = isOdd == 1 ? float(blurSize + 1 - (k < 0 ? -k : k))
                          : min(float(k + blurSize + 1), float(blurSize - k));
     vec2 at = texel;
-    at.x = clamp(centre + float(k), low, high);
+    at.x = clamp(texel.x + float(k), low, high);
     sum += w * Texel(at);
     total += w;
   }
-  gl_FragColor = sum / total;
+  vec2 anchor = texel;
+  anchor.x = clamp(texel.x, low, high);
+  gl_FragColor = vec4(sum.rgb / total, Texel(anchor).a);
 }

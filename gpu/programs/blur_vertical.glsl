@@ -2,8 +2,8 @@
 // weights 1, 2, ..., m, ..., 2, 1 (the peak twice for an even n) and is anchored at n / 2;
 // the program gets blurSize = n / 2 and isOdd = n mod 2. As on the CPU, the outer two
 // texels of each edge give way to the third, both where the kernel reads and where it
-// writes. Sizes of 0 pass the input through. GLSL 1.20 has no integer min: the weights
-// are taken in floats.
+// writes. Alpha is not blurred: it is the input's at the (moved) centre. Sizes of 0 pass
+// the input through. GLSL 1.20 has no integer min: the weights are taken in floats.
 #version 120
 struct Stage {
   vec2 vScaleTEXi;
@@ -43,5 +43,7 @@ void main() {
     sum += w * Texel(at);
     total += w;
   }
-  gl_FragColor = sum / total;
+  vec2 anchor = texel;
+  anchor.y = centre;
+  gl_FragColor = vec4(sum.rgb / total, Texel(anchor).a);
 }

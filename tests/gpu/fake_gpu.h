@@ -81,6 +81,18 @@ class FakeProgram final : public IGPUProgram {
   }
 };
 
+class FakeTexture final : public IGPUTexture {
+ public:
+  Result VITRELLA_CALL QueryInterface(const Guid& /*iid*/, void** out) override {
+    *out = nullptr;
+    return kNoInterface;
+  }
+  uint32_t VITRELLA_CALL AddRef() override { return 1; }
+  uint32_t VITRELLA_CALL Release() override { return 1; }
+  bool VITRELLA_CALL SetFilter(uint32_t /*filter*/) override { return true; }
+  bool VITRELLA_CALL IsValid() override { return true; }
+};
+
 class FakeServices final : public IGPUServices {
  public:
   Result VITRELLA_CALL QueryInterface(const Guid& /*iid*/, void** out) override {
@@ -89,11 +101,16 @@ class FakeServices final : public IGPUServices {
   }
   uint32_t VITRELLA_CALL AddRef() override { return ++refs; }
   uint32_t VITRELLA_CALL Release() override { return --refs; }
-  bool VITRELLA_CALL CreateTexture(IGLContext* /*context*/, GPUTextureRef* /*out*/,
-                                   const char* /*name*/, int32_t /*width*/, int32_t /*height*/,
-                                   int32_t /*format*/, const void* /*pixels*/, int32_t /*pitch*/,
+  // Textures are made only when `texturesLeft` allows, one fewer each time.
+  bool VITRELLA_CALL CreateTexture(IGLContext* /*context*/, GPUTextureRef* out,
+                                   const char* /*name*/, int32_t width, int32_t height,
+                                   int32_t format, const void* /*pixels*/, int32_t /*pitch*/,
                                    uintptr_t /*reserved*/) override {
-    return false;
+    ++textureCreations;
+    if (texturesLeft <= 0) return false;
+    --texturesLeft;
+    *out = GPUTextureRef{&texture, format, width, height, width, height, 0, 0, 0};
+    return true;
   }
   bool VITRELLA_CALL CreateBuffer(IGLContext* /*context*/, IGPUBuffer** out, const void* /*data*/,
                                   uint32_t /*bytes*/, uint32_t /*usage*/, uintptr_t /*reserved1*/,
@@ -119,7 +136,7 @@ class FakeServices final : public IGPUServices {
     return true;
   }
   void VITRELLA_CALL ReleaseBuffer(IGPUBuffer* /*buffer*/) override {}
-  void VITRELLA_CALL ReleaseTexture(GPUTextureRef* /*texture*/) override {}
+  void VITRELLA_CALL ReleaseTexture(GPUTextureRef* /*texture*/) override { ++textureReleases; }
   void VITRELLA_CALL ReleaseProgram(IGPUProgram* /*program*/) override { ++releases; }
   bool VITRELLA_CALL SetRenderTarget(IGLContext* /*context*/, const GPUTextureRef* /*target*/,
                                      uint32_t /*reserved1*/, uint32_t /*reserved2*/,
@@ -145,6 +162,10 @@ class FakeServices final : public IGPUServices {
   int creations = 0;
   int releases = 0;
   bool failCreate = false;
+  FakeTexture texture;
+  int texturesLeft = 0;
+  int textureCreations = 0;
+  int textureReleases = 0;
 };
 
 class FakeContext final : public IGLContext {

@@ -7,6 +7,7 @@
 #include "fake_gpu.h"
 #include "gpu/gl_names.h"
 #include "gpu/gpu_effect_helper.h"
+#include "gpu/gpu_frame_objects.h"
 
 namespace vitrella {
 namespace {
@@ -172,6 +173,90 @@ TEST(GPUEffectHelper, RenderGPURefusesWhatItCannotServe) {
   GPUSetupInfo setup{};
   EXPECT_FALSE(effect->BeginGPUFrameSetup(&plainHost, &context, &setup, 0));
   EXPECT_TRUE(effect->BeginGPUFrameSetup(&host, &context, &setup, 0));
+  effect->Release();
+}
+
+TEST(GpuFrameObjects, ReleasesWhatItMadeAndStopsAtTheFirstFailure) {
+  FakeServices services;
+  FakeContext context;
+  GPUHelper helper;
+  helper.EnterGPU(&services, &context);
+  const ProgramPair pair{kProgramQuadVertex, kProgramBlurVertical};
+  {
+    GpuFrameObjects objects(helper);
+    services.texturesLeft = 2;
+    EXPECT_NE(objects.Target(8, 6, PixelFormat8BGRA).texture, nullptr);
+    EXPECT_EQ(objects.Target(8, 6, PixelFormat32FARGB).format, PixelFormat32FARGB);
+    EXPECT_NE(objects.Program(pair).program(), nullptr);
+    EXPECT_TRUE(objects.made());
+    EXPECT_EQ(helper.liveTextures(), 2);
+    EXPECT_EQ(helper.livePrograms(), 1);
+  }
+  EXPECT_EQ(services.textureReleases, 2);
+  EXPECT_EQ(services.releases, 1);
+  EXPECT_EQ(helper.liveTextures(), 0);
+  EXPECT_EQ(helper.livePrograms(), 0);
+  {
+    // The second target fails: nothing more is asked of the host, and what was made goes.
+    GpuFrameObjects objects(helper);
+    services.texturesLeft = 1;
+    const int programsBefore = services.creations;
+    objects.Target(8, 6, PixelFormat8BGRA);
+    EXPECT_EQ(objects.Target(8, 6, PixelFormat8BGRA).texture, nullptr);
+    objects.Target(8, 6, PixelFormat8BGRA);
+    EXPECT_EQ(objects.Program(pair).program(), nullptr);
+    EXPECT_FALSE(objects.made());
+    EXPECT_EQ(services.textureCreations, 4);
+    EXPECT_EQ(services.creations, programsBefore);
+  }
+  EXPECT_EQ(services.textureReleases, 3);
+  EXPECT_EQ(helper.liveTextures(), 0);
+  helper.LeaveGPU();
+}
+
+void Anything() {}
+
+// A GPU effect that leaves the capability test to the shared body.
+class SetupProbe final : public EffectBase<SetupProbe, GPUEffectHelper> {
+ public:
+  SetupProbe() : EffectBase(kTable, kPrograms) {}
+  bool VITRELLA_CALL Render(IEffectHost*, const HostFrame*, uintptr_t, HostFrame*,
+                            const RenderInfo*) override {
+    return false;
+  }
+  bool VITRELLA_CALL RenderGPUFrame(IEffectHost*, const GPUTextureRef*, const GPUTextureRef*,
+                                    GPUTextureRef*, const RenderInfo*) override {
+    return false;
+  }
+  static constexpr ProgramPair kPrograms[] = {{kProgramQuadVertex, kProgramBlurVertical},
+                                              {kProgramQuadVertex, kProgramBlurHorizontal}};
+  static constexpr EffectTable kTable{"Probe", kTraitsPlain, {}, {}};
+};
+
+TEST(GPUEffectHelper, SetupTestsTheEffectsProgramsAndFillsTheRecord) {
+  auto* effect = new SetupProbe();
+  ServingHost host;
+  testing::FakeHost plainHost;
+  // A context whose table is bound already, so that the test binds nothing itself.
+  ARBHelper table{};
+  table.glCreateShaderObjectARB = &Anything;
+  FakeContext context;
+  context.table = &table;
+  GPUSetupInfo setup{7, 7, 7};
+  EXPECT_TRUE(effect->BeginGPUFrameSetup(&host, &context, &setup, 0));
+  EXPECT_EQ(setup.reserved0, 0u);
+  EXPECT_EQ(setup.gpuUsable, 1u);
+  EXPECT_EQ(setup.reserved2, 0u);
+  EXPECT_EQ(host.services.creations, 2);
+  EXPECT_EQ(host.services.releases, 2);
+  host.services.failCreate = true;
+  setup = GPUSetupInfo{7, 7, 7};
+  EXPECT_TRUE(effect->BeginGPUFrameSetup(&host, &context, &setup, 0));
+  EXPECT_EQ(setup.gpuUsable, 0u);
+  EXPECT_EQ(setup.reserved0, 0u);
+  EXPECT_EQ(host.services.creations, 3);  // the first failure ends the test
+  EXPECT_FALSE(effect->SetupGPUFrame(&plainHost, &setup, 0));
+  EXPECT_EQ(host.services.refs, 1);
   effect->Release();
 }
 
