@@ -1,6 +1,7 @@
 #include "core/frame_ops.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "kernels/channels.h"
 #include "kernels/copy.h"
@@ -23,6 +24,14 @@ bool IsConsistent(const FrameBuffer& frame) {
 bool IsFourChannel(const FrameBuffer& frame) {
   return IsConsistent(frame) && frame.format != PixelFormat8Gray &&
          frame.format != PixelFormat32FGray;
+}
+
+bool FramesShareMemory(const FrameBuffer& a, const FrameBuffer& b) {
+  const auto end = [](const FrameBuffer& f) {
+    return reinterpret_cast<uintptr_t>(f.data) + static_cast<uintptr_t>(f.pitch) * f.height;
+  };
+  return reinterpret_cast<uintptr_t>(a.data) < end(b) &&
+         reinterpret_cast<uintptr_t>(b.data) < end(a);
 }
 
 bool CopyFrame(const FrameBuffer& src, FrameBuffer& dst) {

@@ -22,6 +22,9 @@ struct FrameRect {
   int32_t height = 0;
 };
 
+// Whether the rows of the two frames overlap in memory.
+[[nodiscard]] bool FramesShareMemory(const FrameBuffer& a, const FrameBuffer& b);
+
 // Copies the pixels as they are, over the common extent from the top left. A format the
 // library does not know copies one byte per pixel into a one-byte destination.
 [[nodiscard]] bool CopyFrame(const FrameBuffer& src, FrameBuffer& dst);

@@ -33,14 +33,6 @@ Pixels PixelsOf(const FrameBuffer& frame) {
   return Pixels::kNone;
 }
 
-bool ShareMemory(const FrameBuffer& a, const FrameBuffer& b) {
-  const auto end = [](const FrameBuffer& f) {
-    return reinterpret_cast<uintptr_t>(f.data) + static_cast<uintptr_t>(f.pitch) * f.height;
-  };
-  return reinterpret_cast<uintptr_t>(a.data) < end(b) &&
-         reinterpret_cast<uintptr_t>(b.data) < end(a);
-}
-
 // The pixels of a line that the filter writes, `count` from `start`, and the part of the
 // kernel that it uses.
 struct Span {
@@ -74,7 +66,7 @@ bool Filter(bool alongRows, const FrameBuffer& src, FrameBuffer& dst, const Weig
   const bool floatPixels = pixels == Pixels::kFloats4 || pixels == Pixels::kFloats1;
   if (pixels == Pixels::kNone || pixels != PixelsOf(dst) || floatPixels != kFloats) return false;
   if (kernel == nullptr || length < 1 || anchor < 0 || anchor >= length) return false;
-  if (ShareMemory(src, dst)) return false;
+  if (FramesShareMemory(src, dst)) return false;
   const kernels::Size size = kernels::MinSize(src.View().Extent(), dst.View().Extent());
   if (size.width < 1 || size.height < 1) return false;
   const Span span = FilteredSpan(alongRows ? size.width : size.height, length, anchor);

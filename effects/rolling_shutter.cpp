@@ -56,12 +56,6 @@ void AnnounceFrames(IEffectHost* host, const RenderInfo* info) {
   }
 }
 
-bool Overlap(const FrameBuffer& a, const FrameBuffer& b) {
-  const uint8_t* aEnd = a.data + static_cast<ptrdiff_t>(a.pitch) * a.height;
-  const uint8_t* bEnd = b.data + static_cast<ptrdiff_t>(b.pitch) * b.height;
-  return a.data < bEnd && b.data < aEnd;
-}
-
 // The correction of four-channel byte frames. request is the host's source record, the
 // template of the earlier frames the analysis asks for (the float path hands over its
 // float record while src holds the frame in bytes).
@@ -111,7 +105,7 @@ bool RenderBytes(IEffectHost* host, const HostFrame& request, const FrameBuffer&
   // A host that renders in place gets the warp from an untouched copy.
   const FrameBuffer* from = &src;
   FrameBuffer pristine;
-  if (Overlap(src, dst)) {
+  if (FramesShareMemory(src, dst)) {
     if (!pristine.Allocate(src.width, src.height, src.pixelBytes, &memory, src.format,
                            src.flipped != 0) ||
         !CopyFrame(src, pristine)) {

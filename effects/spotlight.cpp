@@ -216,11 +216,11 @@ static_assert(std::size(kParams) == 24 && std::size(kPresets) == 34);
 
 constexpr EffectTable kTable{"Spotlight", kTraitsPositional, kParams, kPresets};
 
-// The capability test makes the program of the first pass, which stands for all four.
 constexpr ProgramPair kGradeProgram{kProgramQuadVertex, kProgramSpotlightGrade};
 constexpr ProgramPair kSpotProgram{kProgramQuadVertex, kProgramSpotlightSpot};
 constexpr ProgramPair kHorizontalBlurProgram{kProgramQuadVertex, kProgramBlurHorizontal};
 constexpr ProgramPair kVerticalBlurProgram{kProgramQuadVertex, kProgramBlurVertical};
+// The capability test makes the program of the first pass, which stands for all four.
 constexpr ProgramPair kSetupPrograms[] = {kGradeProgram};
 
 // The parameters of one region's grade.

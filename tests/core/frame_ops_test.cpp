@@ -107,10 +107,14 @@ TEST(CopyChannel, MovesOneChannelInAllEightCases) {
     int32_t fromChannel, toChannel;
   };
   const Case cases[] = {
-      {PixelFormat8BGRA, PixelFormat8BGRA, 2, 0},       {PixelFormat8BGRA, PixelFormat8Gray, 3, 0},
-      {PixelFormat8Gray, PixelFormat8ARGB, 0, 1},       {PixelFormat8Gray, PixelFormat8Gray, 0, 0},
-      {PixelFormat32FBGRA, PixelFormat32FARGB, 1, 3},   {PixelFormat32FARGB, PixelFormat32FGray, 0, 0},
-      {PixelFormat32FGray, PixelFormat32FBGRA, 0, 2},   {PixelFormat32FGray, PixelFormat32FGray, 0, 0},
+      {PixelFormat8BGRA, PixelFormat8BGRA, 2, 0},
+      {PixelFormat8BGRA, PixelFormat8Gray, 3, 0},
+      {PixelFormat8Gray, PixelFormat8ARGB, 0, 1},
+      {PixelFormat8Gray, PixelFormat8Gray, 0, 0},
+      {PixelFormat32FBGRA, PixelFormat32FARGB, 1, 3},
+      {PixelFormat32FARGB, PixelFormat32FGray, 0, 0},
+      {PixelFormat32FGray, PixelFormat32FBGRA, 0, 2},
+      {PixelFormat32FGray, PixelFormat32FGray, 0, 0},
   };
   for (const Case& c : cases) {
     FrameBuffer src;
@@ -161,6 +165,20 @@ TEST(CopyFrame, CopiesTheCommonPartFromTheTopLeft) {
   FrameBuffer narrow;
   ASSERT_TRUE(narrow.Allocate(6, 6, 4, nullptr, PixelFormat8BGRA, false));
   EXPECT_FALSE(CopyFrame(src, narrow)) << "a float frame does not fit four-byte pixels";
+}
+
+TEST(FramesShareMemory, TellsOverlappingRowsFromNeighbours) {
+  std::vector<uint8_t> memory(10 * 16);
+  FrameBuffer top;
+  FrameBuffer bottom;
+  FrameBuffer middle;
+  top.Attach(memory.data(), 4, 5, 16, 4, PixelFormat8BGRA, false);
+  bottom.Attach(memory.data() + 5 * 16, 4, 5, 16, 4, PixelFormat8BGRA, false);
+  middle.Attach(memory.data() + 4 * 16, 4, 2, 16, 4, PixelFormat8BGRA, false);
+  EXPECT_FALSE(FramesShareMemory(top, bottom));
+  EXPECT_TRUE(FramesShareMemory(top, middle));
+  EXPECT_TRUE(FramesShareMemory(middle, bottom));
+  EXPECT_TRUE(FramesShareMemory(top, top));
 }
 
 }  // namespace
