@@ -171,6 +171,9 @@ TEST_P(EffectSuite, BadCallsFailAndLeaveTheDestinationAlone) {
   HostFrame wrongSize = *src.Host();
   wrongSize.pixelBytes = 16;  // a byte format that claims float pixels
   EXPECT_FALSE(effect_->Render(&host, &wrongSize, 0, dst.Host(), &info));
+  HostFrame shortRows = *src.Host();
+  shortRows.pitch = 4;  // shorter than a row
+  EXPECT_FALSE(effect_->Render(&host, &shortRows, 0, dst.Host(), &info));
   EXPECT_EQ(dst.Pixels(), untouched);
   EXPECT_TRUE(dst.OutsideUntouched());
 }
