@@ -233,14 +233,17 @@ void GPUHelper::ReleaseTarget(GPUTextureRef* texture) {
 }
 
 bool GPUHelper::CreateProgram(ProgramBundle& bundle, int vertexId, int fragmentId) {
-  if (services_ == nullptr) return false;
-  const StoredProgram& vertex = StoredProgramAt(vertexId);
-  const StoredProgram& fragment = StoredProgramAt(fragmentId);
+  return services_ != nullptr && CreateProgramWith(services_, bundle, {vertexId, fragmentId});
+}
+
+bool GPUHelper::CreateProgramWith(IGPUServices* services, ProgramBundle& bundle, ProgramPair pair) {
+  const StoredProgram& vertex = StoredProgramAt(pair.vertex);
+  const StoredProgram& fragment = StoredProgramAt(pair.fragment);
   IGPUProgram* program = nullptr;
-  const bool created = services_->CreateProgram(
+  const bool created = services->CreateProgram(
       context_, &program, vertex.text, fragment.text, nullptr, vertex.storedSize,
       fragment.storedSize, 0, vertex.length, fragment.length, 0, vertex.value, fragment.value, 0);
-  bundle.AttachProgram(services_, context_, program);
+  bundle.AttachProgram(services, context_, program);
   if (created) ++livePrograms_;
   return created;
 }
@@ -256,15 +259,8 @@ bool GPUHelper::TestPrograms(IGPUServices* services, std::span<const ProgramPair
   if (glCreateShaderObjectARB == nullptr && !BindAll(driver)) return false;
   bool created = true;
   for (const ProgramPair& pair : programs) {
-    const StoredProgram& vertex = StoredProgramAt(pair.vertex);
-    const StoredProgram& fragment = StoredProgramAt(pair.fragment);
     ProgramBundle bundle(true);
-    IGPUProgram* program = nullptr;
-    created = services->CreateProgram(context_, &program, vertex.text, fragment.text, nullptr,
-                                      vertex.storedSize, fragment.storedSize, 0, vertex.length,
-                                      fragment.length, 0, vertex.value, fragment.value, 0);
-    bundle.AttachProgram(services, context_, program);
-    if (created) ++livePrograms_;
+    created = CreateProgramWith(services, bundle, pair);
     ReleaseProgram(bundle);
     if (!created) break;
   }

@@ -88,6 +88,8 @@ class GPUHelper : public ARBHelper, private GLGuard {
   void MarkViewSet() { viewFlag_ = 1; }
 
  private:
+  // CreateProgram through the given services, which the capability test holds itself.
+  bool CreateProgramWith(IGPUServices* services, ProgramBundle& bundle, ProgramPair pair);
   void DrawTextured(const GPUTextureRef* const* textures, int count, bool flip, const float* rect,
                     bool multitexture);
 
