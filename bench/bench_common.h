@@ -28,8 +28,8 @@ void RegisterPair(const char* operation, void (*ours)(benchmark::State&),
 }  // namespace vitrella::bench
 
 // VITRELLA_BENCH_PAIR(Gauss3x3_8u, OursFn, OpenCvFn) at namespace scope.
-#define VITRELLA_BENCH_PAIR(operation, ours, opencv)                              \
-  [[maybe_unused]] static const bool operation##_registered = [] {                \
-    ::vitrella::bench::RegisterPair(#operation, ours, opencv);                    \
-    return true;                                                                  \
+#define VITRELLA_BENCH_PAIR(operation, ours, opencv)               \
+  [[maybe_unused]] static const bool operation##_registered = [] { \
+    ::vitrella::bench::RegisterPair(#operation, ours, opencv);     \
+    return true;                                                   \
   }()

@@ -2,10 +2,8 @@
 // sepFilter2D with the same triangle as a normalised CV_32F kernel, edges replicated; and
 // the row filter alone on a frame with its border, beside OpenCV's row-only filter.
 //
-// FrameBlur takes its scratch frames from a host that keeps freed images for the next
-// render, as a host's pool does: memory that comes fresh from the system costs its first
-// touch as well (about 6 ms for the 16 MB of FrameBlur3, far more than the blur), and
-// whether it does depends on the state of the C library's allocator.
+// FrameBlur takes its scratch frames from the kernels' pool, as a render through a host
+// without an allocator does: after the first frame they come back warm.
 #include <cstdlib>
 #include <cstring>
 #include <opencv2/imgproc.hpp>
@@ -18,70 +16,6 @@
 
 namespace vitrella::bench {
 namespace {
-
-// A host that lends an allocator which reuses freed images of the same request.
-class PoolHost final : public IEffectHost, public IHostAllocator {
- public:
-  PoolHost() = default;
-  PoolHost(const PoolHost&) = delete;
-  PoolHost& operator=(const PoolHost&) = delete;
-  ~PoolHost() {
-    for (auto& image : free_)
-      std::free(image.data);
-  }
-
-  Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override {
-    if (iid == kIID_IHostAllocator) {
-      *out = static_cast<IHostAllocator*>(this);
-      return kOk;
-    }
-    *out = nullptr;
-    return kNoInterface;
-  }
-  uint32_t VITRELLA_CALL AddRef() override { return 1; }
-  uint32_t VITRELLA_CALL Release() override { return 1; }
-  int32_t VITRELLA_CALL GetParamValue(uint32_t, void*, ParamKind) override { return 0; }
-  void* VITRELLA_CALL GetFrame(const RenderInfo*, HostFrame*) override { return nullptr; }
-  int32_t VITRELLA_CALL ReleaseFrame(void*, HostFrame*) override { return 0; }
-  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override {
-    std::memset(info, 0, sizeof(HostInfo));
-    return info;
-  }
-
-  void VITRELLA_CALL AllocateImage(uint8_t** data, int32_t width, int32_t height,
-                                   int32_t pixelBytes, int32_t* pitch) override {
-    const int32_t rowPitch = (width * pixelBytes + 63) / 64 * 64;
-    const size_t bytes = static_cast<size_t>(rowPitch) * height + 64;
-    *pitch = rowPitch;
-    for (size_t i = 0; i < free_.size(); ++i) {
-      if (free_[i].bytes == bytes) {
-        *data = free_[i].data;
-        free_.erase(free_.begin() + static_cast<ptrdiff_t>(i));
-        used_.push_back({*data, bytes});
-        return;
-      }
-    }
-    *data = static_cast<uint8_t*>(std::aligned_alloc(64, bytes));
-    if (*data != nullptr) used_.push_back({*data, bytes});
-  }
-  void VITRELLA_CALL FreeImage(void* data) override {
-    for (size_t i = 0; i < used_.size(); ++i) {
-      if (used_[i].data == data) {
-        free_.push_back(used_[i]);
-        used_.erase(used_.begin() + static_cast<ptrdiff_t>(i));
-        return;
-      }
-    }
-  }
-
- private:
-  struct Image {
-    uint8_t* data;
-    size_t bytes;
-  };
-  std::vector<Image> used_;
-  std::vector<Image> free_;
-};
 
 std::vector<int32_t> Triangle(int32_t n) {
   std::vector<int32_t> weights(n);
@@ -111,8 +45,7 @@ void OursBlur(benchmark::State& state) {
   FrameBuffer dst;
   AttachMat(src, in, format);
   AttachMat(dst, out, format);
-  PoolHost host;
-  MemoryAllocator memory(&host);
+  MemoryAllocator memory(nullptr);
   for (auto _ : state) {
     const bool ok = FrameBlur(src, dst, kSize, kSize, &memory, 1);
     benchmark::DoNotOptimize(ok);

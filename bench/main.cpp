@@ -6,6 +6,7 @@
 #include <opencv2/core.hpp>
 #include <string>
 
+#include "bench/effect_bench.h"
 #include "kernels/dispatch.h"
 
 namespace {
@@ -31,7 +32,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
   void Finalize() override {
     ConsoleReporter::Finalize();
     PrintRatios("ours", "opencv");
-    PrintRatios("gpu", "cpu");
+    PrintRatios("gpu", "ours");
+    PrintFramesPerSecond();
   }
 
  private:
@@ -49,6 +51,30 @@ class RatioReporter : public benchmark::ConsoleReporter {
       }
       std::printf("%-28s %12.3f %12.3f %8.2f\n", operation.c_str(), a->second, b->second,
                   a->second / b->second);
+    }
+  }
+
+  // Every effect row's sides as frames per second; "-" where a side was not run.
+  void PrintFramesPerSecond() const {
+    const char* const sides[] = {"ours", "opencv", "gpu", "gpu_render"};
+    bool header = false;
+    for (const auto& [operation, times] : times_) {
+      if (vitrella::bench::EffectOperations().count(operation) == 0) continue;
+      if (!header) {
+        std::printf("\n%-28s %10s %10s %10s %10s   (frames per second)\n", "effect", sides[0],
+                    sides[1], sides[2], sides[3]);
+        header = true;
+      }
+      std::printf("%-28s", operation.c_str());
+      for (const char* side : sides) {
+        const auto found = times.find(side);
+        if (found == times.end() || found->second <= 0.0) {
+          std::printf(" %10s", "-");
+        } else {
+          std::printf(" %10.1f", 1000.0 / found->second);
+        }
+      }
+      std::printf("\n");
     }
   }
 

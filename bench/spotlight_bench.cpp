@@ -1,112 +1,95 @@
-// Spotlight on a 1920x1080 frame, its CPU path beside its GPU path through the reference
-// host's EGL services (surfaceless Mesa without a GPU, the GPU's EGL device with one). The
-// GPU side times a frame as a host pays for it: the source goes up as a texture, the effect
-// renders, and the destination comes back. Beside the GPU time stand its differences from
-// the CPU picture. "Classic Portrait" blurs and grades both the spot
-// and the background; the defaults only grade.
-#include <GL/gl.h>
-
+// Spotlight's rows, and the same work built from OpenCV's parts: each region graded
+// (saturation as a colour transform towards luma, the curve and tint as lookup tables on
+// bytes, pow and a scale on floats), blurred by two box passes where its Blur asks, and the
+// two mixed through a filled rotated ellipse softened by a box of the feather's width.
 #include <algorithm>
-#include <memory>
-#include <string>
-#include <utility>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
 
 #include "bench/bench_common.h"
+#include "bench/effect_bench.h"
 #include "effects/spotlight.h"
-#include "host/egl_services.h"
-#include "host/gpu_render.h"
-#include "host/host_error.h"
-#include "host/host_frames.h"
-#include "tests/common/fake_host.h"
 
 namespace vitrella::bench {
 namespace {
 
-constexpr int kClassicPortrait = 10;
+void Grade(const cv::Mat& src, cv::Mat& out, const BenchValues& v, const char* group) {
+  const float s = 1.0f - v.Slider("Color", group) * 2.0f;
+  constexpr float kLuma[3] = {0.113f, 0.586f, 0.298f};  // blue, green, red
+  cv::Matx44f mix = cv::Matx44f::eye();
+  for (int c = 0; c < 3; ++c) {
+    for (int k = 0; k < 3; ++k)
+      mix(c, k) = (c == k ? 1.0f - s : 0.0f) + s * kLuma[k];
+  }
+  cv::transform(src, out, mix);
 
-// The effect with the values of a preset (-1: the defaults), and the frames of one render.
-struct SpotlightRender {
-  SpotlightRender(PixelFormat format, int preset)
-      : effect(new CSpotlight()),
-        host(testing::EffectValues(effect, preset)),
-        source(host::PictureToFrame(TestPicture(kWidth, kHeight, CV_8UC4), format,
-                                    host::RowOrder::kTopFirst)),
-        destination(host::FrameLike(source.record())),
-        info(testing::WholeFrameInfo()) {}
-  ~SpotlightRender() { effect->Release(); }
-  SpotlightRender(const SpotlightRender&) = delete;
-  SpotlightRender& operator=(const SpotlightRender&) = delete;
-
-  CSpotlight* effect;
-  testing::FakeHost host;
-  host::OwnedFrame source;
-  host::OwnedFrame destination;
-  RenderInfo info;
-};
-
-template <PixelFormat kFormat, int kPreset>
-void Cpu(benchmark::State& state) {
-  SpotlightRender render(kFormat, kPreset);
-  for (auto _ : state) {
-    if (!render.effect->Render(&render.host, &render.source.record(), 0,
-                               &render.destination.record(), &render.info)) {
-      state.SkipWithError("the CPU render failed");
-      return;
+  const float clarity = v.Slider("Clarity", group);
+  const float e = std::pow(0.5f, v.Slider("Brightness", group) * 2.0f - 1.0f);
+  const float range = v.Slider("Tint", group) * 4.0f - 2.0f;
+  const uint32_t tint = v.Get("Tint", group).color;
+  float amount[3];  // blue, green, red
+  for (int c = 0; c < 3; ++c)
+    amount[c] = (static_cast<float>((tint >> (8 * (2 - c))) & 0xFF) / 255.0f - 0.5f) * range;
+  if (src.depth() == CV_8U) {
+    cv::Mat table(1, 256, CV_8UC4);
+    for (int i = 0; i < 256; ++i) {
+      const float p = std::pow(static_cast<float>(i) / 255.0f, e);
+      const float curve =
+          (std::sin(p * 3.1415927f - 1.5707964f) + 1.0f) * 0.5f * clarity + (1.0f - clarity) * p;
+      cv::Vec4b& entry = table.at<cv::Vec4b>(i);
+      for (int c = 0; c < 3; ++c) {
+        const float a = amount[c];
+        const float t =
+            a >= 0 ? (1 - a * 0.5f) * curve + a * 0.5f : std::max(0.0f, curve + a * 0.5f);
+        entry[c] = cv::saturate_cast<uint8_t>(t * 255.0f);
+      }
+      entry[3] = static_cast<uint8_t>(i);
     }
+    cv::LUT(out, table, out);
+  } else {
+    cv::pow(out, e, out);
+    cv::multiply(out, cv::Scalar(1 - amount[0] * 0.5, 1 - amount[1] * 0.5, 1 - amount[2] * 0.5, 1),
+                 out);
+    cv::add(out, cv::Scalar(amount[0] * 0.5, amount[1] * 0.5, amount[2] * 0.5, 0), out);
+  }
+  // A triangle of n taps is two boxes of about n / 2.
+  const int n = static_cast<int>(static_cast<float>(src.cols) * v.Slider("Blur", group) * 0.1f);
+  if (n >= 2) {
+    const cv::Size box(n / 2 + 1, n / 2 + 1);
+    cv::blur(out, out, box, cv::Point(-1, -1), cv::BORDER_REPLICATE);
+    cv::blur(out, out, box, cv::Point(-1, -1), cv::BORDER_REPLICATE);
   }
 }
 
-template <PixelFormat kFormat, int kPreset>
-void Gpu(benchmark::State& state) {
-  std::string reason;
-  const std::unique_ptr<host::EglServices> services = host::CreateEglServices(&reason);
-  if (services == nullptr) {
-    state.SkipWithError(("no OpenGL context: " + reason).c_str());
-    return;
-  }
-  SpotlightRender render(kFormat, kPreset);
-  state.SetLabel(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
-  try {
-    for (auto _ : state) {
-      host::RenderOnGpu(*services, *render.effect, render.host, render.source.record(),
-                        render.destination.record(), render.info, "Spotlight");
-    }
-  } catch (const host::HostError& error) {
-    state.SkipWithError(error.what());
-    return;
-  }
-  // How far the GPU's picture lies from the CPU's, in 8-bit levels: the worst channel's mean
-  // and the largest difference, shown beside the time.
-  host::OwnedFrame cpu = host::FrameLike(render.source.record());
-  render.effect->Render(&render.host, &render.source.record(), 0, &cpu.record(), &render.info);
-  const double levels = kFormat == PixelFormat32FBGRA ? 255.0 : 1.0;
-  cv::Mat difference;
-  cv::absdiff(host::FrameToPicture(cpu.record()), host::FrameToPicture(render.destination.record()),
-              difference);
-  double largest = 0;
-  cv::minMaxLoc(difference.reshape(1), nullptr, &largest);
-  const cv::Scalar mean = cv::mean(difference);
-  state.counters["mean_diff"] = std::max({mean[0], mean[1], mean[2], mean[3]}) * levels;
-  state.counters["max_diff"] = largest * levels;
+void SpotlightOpenCv(const cv::Mat& src, cv::Mat& dst, const BenchValues& v) {
+  cv::Mat spot;
+  cv::Mat back;
+  Grade(src, spot, v, "Spotlight");
+  Grade(src, back, v, "Background");
+
+  const ParamValue center = v.Get("Center");
+  const ParamValue angle = v.Get("Angle");
+  const float w = static_cast<float>(src.cols);
+  const float dx = center.point[0] - angle.point[0];
+  const float dy = center.point[1] - angle.point[1];
+  const float r = v.Slider("Size") * 0.6f;
+  const float feather = w * v.Slider("Feather") * v.Slider("Feather") * 0.7f;
+  cv::Mat mask(src.size(), CV_32FC1, cv::Scalar(0));
+  const cv::RotatedRect ellipse(
+      cv::Point2f(center.point[0] * w, center.point[1] * static_cast<float>(src.rows)),
+      cv::Size2f(2.0f * r * w, 2.0f * (dx * dx + dy * dy + r) * w), std::atan2(dx, dy) * 57.29578f);
+  cv::ellipse(mask, ellipse, cv::Scalar(1.0), cv::FILLED);
+  const int soft = static_cast<int>(feather);
+  if (soft >= 2)
+    cv::blur(mask, mask, cv::Size(soft, soft), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+  cv::Mat rest;
+  cv::subtract(cv::Scalar(1.0), mask, rest);
+  cv::blendLinear(spot, back, mask, rest, dst);
 }
 
-// Operation/cpu and Operation/gpu, timed like the pairs beside OpenCV.
-template <PixelFormat kFormat, int kPreset>
-void RegisterBothPaths(const char* operation) {
-  for (const auto& [side, run] :
-       {std::pair{"cpu", &Cpu<kFormat, kPreset>}, std::pair{"gpu", &Gpu<kFormat, kPreset>}}) {
-    benchmark::RegisterBenchmark((std::string(operation) + "/" + side).c_str(), run)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
-  }
-}
-
-[[maybe_unused]] const bool registered = [] {
-  RegisterBothPaths<PixelFormat8BGRA, -1>("SpotlightDefaults_8u");
-  RegisterBothPaths<PixelFormat8BGRA, kClassicPortrait>("SpotlightPortrait_8u");
-  RegisterBothPaths<PixelFormat32FBGRA, kClassicPortrait>("SpotlightPortrait_32f");
-  return true;
-}();
+VITRELLA_EFFECT_BENCH(
+    "Spotlight", []() -> IVideoEffect* { return new CSpotlight(); }, "Classic Portrait", "Portrait",
+    &SpotlightOpenCv);
 
 }  // namespace
 }  // namespace vitrella::bench

@@ -5,37 +5,6 @@
 namespace vitrella::host {
 namespace {
 
-// The render's host, which also lends the GPU services.
-class GpuHost final : public IEffectHost {
- public:
-  GpuHost(IEffectHost& inner, IGPUServices& services) : inner_(inner), services_(services) {}
-
-  Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override {
-    if (iid == kIID_IGPUServices) {
-      services_.AddRef();
-      *out = &services_;
-      return kOk;
-    }
-    return inner_.QueryInterface(iid, out);
-  }
-  uint32_t VITRELLA_CALL AddRef() override { return 1; }
-  uint32_t VITRELLA_CALL Release() override { return 1; }
-  int32_t VITRELLA_CALL GetParamValue(uint32_t index, void* value, ParamKind kind) override {
-    return inner_.GetParamValue(index, value, kind);
-  }
-  void* VITRELLA_CALL GetFrame(const RenderInfo* which, HostFrame* frame) override {
-    return inner_.GetFrame(which, frame);
-  }
-  int32_t VITRELLA_CALL ReleaseFrame(void* handle, HostFrame* frame) override {
-    return inner_.ReleaseFrame(handle, frame);
-  }
-  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override { return inner_.GetHostInfo(info); }
-
- private:
-  IEffectHost& inner_;
-  IGPUServices& services_;
-};
-
 IVideoGPUEffect* GpuInterface(IVideoEffect& effect) {
   void* found = nullptr;
   if (effect.QueryInterface(kIID_IVideoGPUEffect, &found) != kOk) return nullptr;
@@ -54,6 +23,35 @@ struct Textures {
 };
 
 }  // namespace
+
+GpuHost::GpuHost(IEffectHost& inner, IGPUServices& services) : inner_(inner), services_(services) {}
+
+Result GpuHost::QueryInterface(const Guid& iid, void** out) {
+  if (iid == kIID_IGPUServices) {
+    services_.AddRef();
+    *out = &services_;
+    return kOk;
+  }
+  return inner_.QueryInterface(iid, out);
+}
+uint32_t GpuHost::AddRef() {
+  return 1;
+}
+uint32_t GpuHost::Release() {
+  return 1;
+}
+int32_t GpuHost::GetParamValue(uint32_t index, void* value, ParamKind kind) {
+  return inner_.GetParamValue(index, value, kind);
+}
+void* GpuHost::GetFrame(const RenderInfo* which, HostFrame* frame) {
+  return inner_.GetFrame(which, frame);
+}
+int32_t GpuHost::ReleaseFrame(void* handle, HostFrame* frame) {
+  return inner_.ReleaseFrame(handle, frame);
+}
+HostInfo* GpuHost::GetHostInfo(HostInfo* info) {
+  return inner_.GetHostInfo(info);
+}
 
 bool AcceptsGpu(EglServices& services, IVideoEffect& effect) {
   GPUSetupInfo setup{};
