@@ -4,13 +4,18 @@
 #include <cmath>
 #include <cstring>
 #include <type_traits>
+#include <vector>
 
 #include "core/frame_blur.h"
 #include "core/frame_buffer.h"
 #include "core/frame_math.h"
 #include "core/frame_ops.h"
 #include "core/render_setup.h"
+#include "effects/spotlight_mask.h"
 #include "gpu/gpu_frame_objects.h"
+#include "kernels/channel_grade.h"
+#include "kernels/channels.h"
+#include "kernels/composite.h"
 
 namespace vitrella {
 namespace {
@@ -286,6 +291,7 @@ struct Grade {
   float range;       // R
   float amounts[3];  // tint per red, green, blue
   float clarity, brightness;
+  float exponent;  // of the curve: 0.5 to the power 2 brightness - 1
   bool curve;
 
   Grade(const GradeValues& g, bool swapped) {
@@ -297,13 +303,13 @@ struct Grade {
     saturation = 1.0f - g.color * 2.0f;
     clarity = g.clarity;
     brightness = g.brightness;
+    exponent = std::pow(0.5f, brightness * 2.0f - 1.0f);
     // The curve's neutral brightness differs by format, by design.
     const float neutral = swapped ? 0.0f : 0.5f;
     curve = clarity != 0.0f || brightness != neutral;
   }
   float Curve(float x) const {
-    const float e = std::pow(0.5f, brightness * 2.0f - 1.0f);
-    const float p = std::pow(x, e);
+    const float p = std::pow(x, exponent);
     return (std::sin(p * 3.1415927f - 1.5707964f) + 1.0f) * 0.5f * clarity + (1.0f - clarity) * p;
   }
   static float Tint(float in, float a) {
@@ -315,148 +321,143 @@ struct Grade {
   }
 };
 
-void GradeBytes(const FrameBuffer& src, FrameBuffer& dst, const Grade& g, const PixelLayout& l,
-                int32_t width, int32_t height) {
-  const int32_t m = static_cast<int32_t>(g.saturation * 127.0f);
-  const int32_t n = 127 - m;
-  uint8_t curve[256];
-  uint8_t tint[3][256];
-  for (int i = 0; i < 256; ++i) {
-    const float x = static_cast<float>(i) * 0.003921569f;
-    // Truncation after adding a half in floats, by definition; lround differs where the
-    // float sum itself rounds up.
-    curve[i] = static_cast<uint8_t>(
+// A grade in bytes: the saturation stage in integers, then the curve and the tint folded
+// into one table per channel, run by the kernels on whole rows.
+class ByteGrade {
+ public:
+  explicit ByteGrade(const Grade& g) {
+    spec_.move = g.saturation != 0.0f;
+    spec_.amount = static_cast<int32_t>(g.saturation * 127.0f);
+    spec_.weightBlue = 30;
+    spec_.weightGreen = 149;
+    spec_.weightRed = 76;
+    const bool tint = g.range != 0.0f;
+    if (!g.curve && !tint) return;
+    for (int i = 0; i < 256; ++i) {
+      const float x = static_cast<float>(i) * 0.003921569f;
+      int32_t curved = i;
+      if (g.curve) {
+        // Truncation after adding a half in floats, by definition; lround differs where the
+        // float sum itself rounds up.
         // NOLINTNEXTLINE(bugprone-incorrect-roundings)
-        std::clamp(static_cast<int32_t>(g.Curve(x) * 255.0f + 0.5f), 0, 255));
-    for (int c = 0; c < 3; ++c) {
-      const float t = Grade::Tint(x, g.amounts[c]) * 255.0f;
-      tint[c][i] = static_cast<uint8_t>(std::clamp(static_cast<int32_t>(t), 0, 255));
+        curved = std::clamp(static_cast<int32_t>(g.Curve(x) * 255.0f + 0.5f), 0, 255);
+      }
+      for (int c = 0; c < 3; ++c) {
+        int32_t out = curved;
+        if (tint) {
+          const float t = Grade::Tint(static_cast<float>(curved) * 0.003921569f, g.amounts[c]);
+          out = std::clamp(static_cast<int32_t>(t * 255.0f), 0, 255);
+        }
+        table_[c][i] = out;  // red, green, blue
+      }
     }
+    spec_.redTable = table_[0];
+    spec_.greenTable = table_[1];
+    spec_.blueTable = table_[2];
   }
-  const int32_t channel[3] = {l.red, l.green, l.blue};
-  for (int32_t y = 0; y < height; ++y) {
-    const uint8_t* in = src.Row<const uint8_t>(y);
-    uint8_t* out = dst.Row<uint8_t>(y);
-    for (int32_t x = 0; x < width; ++x, in += 4, out += 4) {
-      int32_t v[3] = {in[l.red], in[l.green], in[l.blue]};
-      if (g.saturation != 0.0f) {
-        const int32_t luma = (v[1] * 149 + v[0] * 76 + v[2] * 30) >> 8;
-        for (int32_t& c : v)
-          c = std::clamp((c * n + luma * m) >> 7, 0, 255);
-      }
-      if (g.curve) {
-        for (int32_t& c : v)
-          c = curve[c];
-      }
-      if (g.range != 0.0f) {
-        for (int c = 0; c < 3; ++c)
-          v[c] = tint[c][v[c]];
-      }
-      for (int c = 0; c < 3; ++c)
-        out[channel[c]] = static_cast<uint8_t>(v[c]);
-      out[l.alpha] = in[l.alpha];
-    }
-  }
-}
+  ByteGrade(const ByteGrade&) = delete;
+  ByteGrade& operator=(const ByteGrade&) = delete;
 
-void GradeFloats(const FrameBuffer& src, FrameBuffer& dst, const Grade& g, const PixelLayout& l,
-                 int32_t width, int32_t height) {
-  const int32_t channel[3] = {l.red, l.green, l.blue};
-  for (int32_t y = 0; y < height; ++y) {
-    const float* in = src.Row<const float>(y);
-    float* out = dst.Row<float>(y);
-    for (int32_t x = 0; x < width; ++x, in += 4, out += 4) {
-      float v[3] = {in[l.red], in[l.green], in[l.blue]};
-      if (g.saturation != 0.0f) {
-        const float luma = v[2] * 0.113f + v[1] * 0.586f + v[0] * 0.298f;
-        for (float& c : v)
-          c = std::clamp((c * (0.5f - g.saturation * 0.5f) + luma * g.saturation * 0.5f) * 2.0f,
-                         0.0f, 1.0f);
-      }
-      if (g.curve) {
-        for (float& c : v)
-          c = std::clamp(g.Curve(c), 0.0f, 1.0f);
-      }
-      if (g.range != 0.0f) {
-        for (int c = 0; c < 3; ++c)
-          v[c] = std::clamp(Grade::Tint(v[c], g.amounts[c]), 0.0f, 1.0f);
-      }
+  bool Identity() const { return !spec_.move && spec_.blueTable == nullptr; }
+  // Pixels [begin, end) of a row, alpha kept; in and out may be one row.
+  bool Row(const uint8_t* in, uint8_t* out, int32_t begin, int32_t end,
+           const PixelLayout& l) const {
+    if (end <= begin) return true;
+    if (Identity()) {
+      if (in != out) std::copy(in + 4 * begin, in + 4 * end, out + 4 * begin);
+      return true;
+    }
+    const int32_t count = end - begin;
+    const kernels::ConstImageView from{in + 4 * begin, 4 * count, count, 1};
+    const kernels::ImageView to{out + 4 * begin, 4 * count, count, 1};
+    return kernels::GradeChannels8u_C4(from, to, {l.blue, l.green, l.red}, spec_) == kernels::kOk;
+  }
+
+ private:
+  kernels::ByteGradeSpec spec_;
+  int32_t table_[3][256] = {};
+};
+
+// The same on floats, computed per value and limited to 0..1 after each stage.
+class FloatGrade {
+ public:
+  explicit FloatGrade(const Grade& g) : g_(g) {}
+  bool Identity() const { return g_.saturation == 0.0f && !g_.curve && g_.range == 0.0f; }
+  // Pixels [begin, end) of a row, alpha kept; in and out may be one row.
+  bool Row(const float* in, float* out, int32_t begin, int32_t end, const PixelLayout& l) const {
+    if (Identity()) {
+      if (in != out && end > begin) std::copy(in + 4 * begin, in + 4 * end, out + 4 * begin);
+      return true;
+    }
+    for (int32_t x = begin; x < end; ++x) {
+      const float* p = in + 4 * x;
+      float* q = out + 4 * x;
+      float v[3] = {p[l.red], p[l.green], p[l.blue]};
+      Apply(v);
+      q[l.alpha] = p[l.alpha];
+      q[l.red] = v[0];
+      q[l.green] = v[1];
+      q[l.blue] = v[2];
+    }
+    return true;
+  }
+  void Apply(float (&v)[3]) const {
+    if (g_.saturation != 0.0f) {
+      const float luma = v[2] * 0.113f + v[1] * 0.586f + v[0] * 0.298f;
+      for (float& c : v)
+        c = std::clamp((c * (0.5f - g_.saturation * 0.5f) + luma * g_.saturation * 0.5f) * 2.0f,
+                       0.0f, 1.0f);
+    }
+    if (g_.curve) {
+      for (float& c : v)
+        c = std::clamp(g_.Curve(c), 0.0f, 1.0f);
+    }
+    if (g_.range != 0.0f) {
       for (int c = 0; c < 3; ++c)
-        out[channel[c]] = v[c];
-      out[l.alpha] = in[l.alpha];
+        v[c] = std::clamp(Grade::Tint(v[c], g_.amounts[c]), 0.0f, 1.0f);
     }
   }
-}
 
-// One region's grade of src into dst; both of one format family and four channels.
-bool GradePicture(const FrameBuffer& src, FrameBuffer& dst, const GradeValues& values) {
-  PixelLayout layout{};
-  PixelLayout dstLayout{};
-  if (!FourChannelLayout(src, &layout) || !FourChannelLayout(dst, &dstLayout) ||
-      src.format != dst.format) {
-    return false;
-  }
-  const int32_t width = std::min(src.width, dst.width);
-  const int32_t height = std::min(src.height, dst.height);
-  const Grade grade(values, IsAlphaFirst(src.format));
-  if (layout.isFloat) {
-    GradeFloats(src, dst, grade, layout, width, height);
-  } else {
-    GradeBytes(src, dst, grade, layout, width, height);
+ private:
+  Grade g_;
+};
+
+// What a sample type brings: its grade, and the kernels of the mix through the mask.
+template <typename T>
+struct Depth;
+template <>
+struct Depth<uint8_t> {
+  using GradeOf = ByteGrade;
+  static constexpr auto kMix = &kernels::CompositeThroughMask8u_C4;
+  static constexpr auto kCopyChannel = &kernels::CopyChannel8u;
+};
+template <>
+struct Depth<float> {
+  using GradeOf = FloatGrade;
+  static constexpr auto kMix = &kernels::CompositeThroughMask32f_C4;
+  static constexpr auto kCopyChannel = &kernels::CopyChannel32f;
+};
+
+// One region's grade of a whole picture into another of its format, alpha kept.
+template <typename T>
+bool GradeFrame(const FrameBuffer& src, FrameBuffer& dst, const PixelLayout& l, int32_t width,
+                int32_t height, const typename Depth<T>::GradeOf& grade) {
+  for (int32_t y = 0; y < height; ++y) {
+    if (!grade.Row(src.Row<const T>(y), dst.Row<T>(y), 0, width, l)) return false;
   }
   return true;
 }
 
-struct Ellipse {
-  float cx, cy, rx, ry, theta, feather;
-  bool field, secondField;
-  float aspect;
-};
-
-// The soft ellipse as a one-channel mask, 1 (or 255) inside, falling off over the feather.
+// One row of pixels of a sample type as a view for the kernels.
 template <typename T>
-void DrawSoftEllipse(FrameBuffer& mask, const Ellipse& e) {
-  const int32_t w = mask.width;
-  const int32_t h = mask.height;
-  for (int32_t y = 0; y < h; ++y)
-    std::memset(mask.Row(y), 0, static_cast<size_t>(w) * sizeof(T));
-  const auto px = static_cast<int32_t>(static_cast<float>(w) * e.cx);
-  const auto py = static_cast<int32_t>(static_cast<float>(h) * e.cy);
-  const float xs = 1.0f / e.aspect;
-  const float ys = e.field ? 2.0f : 1.0f;
-  const auto a = static_cast<int32_t>(
-      static_cast<float>(static_cast<int32_t>(static_cast<float>(w) * e.rx)) * xs);
-  const auto b = static_cast<int32_t>(
-      static_cast<float>(static_cast<int32_t>(static_cast<float>(h) * e.ry)) * ys);
-  if (a == 0 && b == 0) return;
-  const float g = e.feather > 0.0f ? 2.0f / (e.feather * 1.5f) : 0.0f;
-  const auto a2 = static_cast<float>(a * a);
-  const auto b2 = static_cast<float>(b * b);
-  const float cosT = std::cos(e.theta);
-  const float sinT = std::sin(e.theta);
-  constexpr T kFull = std::is_same_v<T, uint8_t> ? T(255) : T(1);
-  for (int32_t y = e.secondField ? 1 : 0; y < h; ++y) {
-    T* row = mask.Row<T>(y);
-    const float yy = static_cast<float>(y - py) * ys;
-    for (int32_t x = 0; x < w; ++x) {
-      const float xx = static_cast<float>(x - px) * xs;
-      const float u = xx * cosT - yy * sinT;
-      const float v = xx * sinT + yy * cosT;
-      const float dist = std::sqrt(b2 * u * u / a2 + v * v) - static_cast<float>(b);
-      if (!(dist < e.feather)) continue;
-      if (dist <= -0.5f * e.feather) {
-        row[x] = kFull;
-        continue;
-      }
-      const float t = (dist + e.feather * 0.5f) * g * 1.1f;
-      const float value = std::pow(2.71828f, -(t * t));
-      if constexpr (std::is_same_v<T, uint8_t>) {
-        row[x] = static_cast<uint8_t>(value * 255.0f);
-      } else {
-        row[x] = value;
-      }
-    }
-  }
+kernels::ImageView RowView(T* row, int32_t width, int32_t channels) {
+  const auto bytes = static_cast<int32_t>(sizeof(T)) * channels;
+  return {reinterpret_cast<uint8_t*>(row), bytes * width, width, 1};
+}
+template <typename T>
+kernels::ConstImageView RowView(const T* row, int32_t width, int32_t channels) {
+  const auto bytes = static_cast<int32_t>(sizeof(T)) * channels;
+  return {reinterpret_cast<const uint8_t*>(row), bytes * width, width, 1};
 }
 
 bool IsField(const RenderInfo& info) {
@@ -471,49 +472,155 @@ float PixelAspectOf(const RenderInfo& info) {
   return known ? static_cast<float>(info.pixelAspect) : 1.0f;
 }
 
+// A region's blur, horizontally from the source's width and vertically divided by the
+// aspect and halved on a field; it blurs only where both sizes reach a whole pixel.
+struct RegionBlur {
+  float sizeX, sizeY;
+  bool active;
+  RegionBlur(float amount, int32_t sourceWidth, float aspect, bool field) {
+    sizeX = static_cast<float>(sourceWidth) * amount * 0.1f;
+    sizeY = sizeX / aspect * (field ? 0.5f : 1.0f);
+    active = amount > 0.0f && sizeX >= 1.0f && sizeY >= 1.0f;
+  }
+};
+
+// The render of one sample type in one pass over the picture, row by row. Each pixel takes
+// the spot's grade where the mask is set and the background's where it is not full, mixes
+// them through the mask, and takes its alpha from the mask or the source. A region that is
+// blurred is graded and blurred first: the background over the whole picture, the spot
+// over the box where the mask is set.
 template <typename T>
 bool RenderFrame(RenderSetup& setup) {
-  const FrameBuffer& src = setup.src();
+  using D = Depth<T>;
+  const FrameBuffer& source = setup.src();
   FrameBuffer& dst = setup.dst();
   const int32_t width = setup.width();
   const int32_t height = setup.height();
-  const int32_t alpha = setup.srcLayout().alpha;
+  const PixelLayout& l = setup.srcLayout();
   const RenderInfo& info = setup.info();
   const float a = PixelAspectOf(info);
   const bool field = IsField(info);
-  const Values v = ReadValues(setup.host(), width, src.flipped != 0);
+  const Values v = ReadValues(setup.host(), width, source.flipped != 0);
+  const bool swapped = IsAlphaFirst(source.format);
+  const typename D::GradeOf spotGrade(Grade(v.spot, swapped));
+  const typename D::GradeOf backGrade(Grade(v.back, swapped));
+  const RegionBlur spotBlur(v.spot.blur, source.width, a, field);
+  const RegionBlur backBlur(v.back.blur, source.width, a, field);
 
-  FrameBuffer mask;
-  constexpr PixelFormat kMaskFormat =
-      std::is_same_v<T, float> ? PixelFormat32FGray : PixelFormat8Gray;
-  if (!mask.Allocate(width, height, static_cast<int32_t>(sizeof(T)), &setup.memory(), kMaskFormat,
-                     src.flipped != 0)) {
+  const float hField = static_cast<float>(field ? height * 2 : height);
+  const SoftEllipse mask({v.cx, v.cy, v.d2 + v.r, ((static_cast<float>(width) / a) / hField) * v.r,
+                          v.theta, v.f / a, field, info.fieldMode == kFieldModeSecondField, a},
+                         width, height);
+
+  // A host that renders in place loses its source to the blurred background: keep a copy.
+  const FrameBuffer* src = &source;
+  FrameBuffer pristine;
+  if (backBlur.active && FramesShareMemory(source, dst)) {
+    if (!pristine.Allocate(width, height, source.pixelBytes, &setup.memory(), source.format,
+                           source.flipped != 0) ||
+        !CopyFrame(source, pristine)) {
+      return false;
+    }
+    src = &pristine;
+  }
+  // Each row's spans, and the box around every pixel that the mask sets.
+  std::vector<MaskSpans> spans(static_cast<size_t>(height));
+  int32_t boxLeft = width;
+  int32_t boxRight = 0;
+  int32_t boxTop = height;
+  int32_t boxBottom = 0;
+  for (int32_t y = 0; y < height; ++y) {
+    const MaskSpans& row = spans[static_cast<size_t>(y)] = mask.Spans(y);
+    if (row.outerBegin >= row.outerEnd) continue;
+    boxLeft = std::min(boxLeft, row.outerBegin);
+    boxRight = std::max(boxRight, row.outerEnd);
+    boxTop = std::min(boxTop, y);
+    boxBottom = y + 1;
+  }
+
+  // The spot's picture: graded a row at a time where the mask is set, or, when it is
+  // blurred, graded and blurred first over the box, widened by the blur's reach and the two
+  // edge pixels that a blur repeats, so that the pixels of the box come out as a blur of
+  // the whole picture gives them. Rows of the mask and of the spot, and the scratch frames,
+  // come from the render's allocator.
+  FrameBuffer spot;
+  FrameBuffer rows;
+  if (!rows.Allocate(width, 2, static_cast<int32_t>(sizeof(T)) * 4, &setup.memory(), source.format,
+                     false)) {
     return false;
   }
-  const float hField = static_cast<float>(field ? height * 2 : height);
-  const Ellipse ellipse{
-      v.cx,    v.cy,    v.d2 + v.r, ((static_cast<float>(width) / a) / hField) * v.r,
-      v.theta, v.f / a, field,      info.fieldMode == kFieldModeSecondField,
-      a};
-  DrawSoftEllipse<T>(mask, ellipse);
-
-  // A region's blur: horizontal from the source's width, vertical divided by the aspect
-  // and halved on a field.
-  const auto blur = [&](FrameBuffer& picture, float amount) {
-    const float sizeX = static_cast<float>(src.width) * amount * 0.1f;
-    const float sizeY = sizeX / a * (field ? 0.5f : 1.0f);
-    return !(amount > 0.0f) || FrameBlur(picture, picture, sizeX, sizeY, &setup.memory(), 0);
-  };
-  FrameBuffer spot;
-  if (!spot.Allocate(width, height, src.pixelBytes, &setup.memory(), src.format,
-                     src.flipped != 0) ||
-      !GradePicture(src, spot, v.spot) || !blur(spot, v.spot.blur)) {
-    return false;
+  if (spotBlur.active && boxLeft < boxRight) {
+    const auto reach = [](float size) {
+      return static_cast<int32_t>(std::min(size, 1000.0f)) / 2 + 3;
+    };
+    boxLeft = std::max(0, boxLeft - reach(spotBlur.sizeX));
+    boxRight = std::min(width, boxRight + reach(spotBlur.sizeX));
+    boxTop = std::max(0, boxTop - reach(spotBlur.sizeY));
+    boxBottom = std::min(height, boxBottom + reach(spotBlur.sizeY));
+    // A blur treats the edges of pictures under five pixels otherwise.
+    if ((boxRight - boxLeft < 5 && width >= 5) || (boxBottom - boxTop < 5 && height >= 5)) {
+      boxLeft = boxTop = 0;
+      boxRight = width;
+      boxBottom = height;
+    }
+    FrameBuffer from;
+    from.Attach(src->data + static_cast<ptrdiff_t>(boxTop) * src->pitch +
+                    static_cast<ptrdiff_t>(boxLeft) * src->pixelBytes,
+                boxRight - boxLeft, boxBottom - boxTop, src->pitch, src->pixelBytes, src->format,
+                src->flipped != 0);
+    if (!spot.Allocate(from.width, from.height, source.pixelBytes, &setup.memory(), source.format,
+                       source.flipped != 0) ||
+        !GradeFrame<T>(from, spot, l, from.width, from.height, spotGrade) ||
+        !FrameBlur(spot, spot, spotBlur.sizeX, spotBlur.sizeY, &setup.memory(), 0)) {
+      return false;
+    }
   }
   // The first step that writes to the destination: a failure before it leaves it as it was.
-  if (!GradePicture(src, dst, v.back) || !blur(dst, v.back.blur)) return false;
-  return CopyChannel(mask, spot, 0, alpha) && CompositeFrames(spot, dst, dst, false) &&
-         (v.transparent ? CopyChannel(mask, dst, 0, alpha) : CopyChannel(src, dst, alpha, alpha));
+  if (backBlur.active) {
+    if (!GradeFrame<T>(*src, dst, l, width, height, backGrade) ||
+        !FrameBlur(dst, dst, backBlur.sizeX, backBlur.sizeY, &setup.memory(), 0)) {
+      return false;
+    }
+  }
+
+  T* maskRow = rows.Row<T>(0);
+  T* spotRow = rows.Row<T>(1);
+  for (int32_t y = 0; y < height; ++y) {
+    const T* in = src->Row<const T>(y);
+    T* out = dst.Row<T>(y);
+    const MaskSpans& row = spans[static_cast<size_t>(y)];
+    if (!mask.Row(y, row, maskRow)) return false;
+    // The spot where the mask is set, read before a render in place overwrites the source;
+    // then the background where the mask is not full, graded from the source, or the
+    // blurred picture that already stands in the destination.
+    const T* spotColours = spotRow + 4 * row.outerBegin;
+    if (row.outerBegin < row.outerEnd && spotBlur.active) {
+      spotColours = spot.Row<const T>(y - boxTop) + 4 * (row.outerBegin - boxLeft);
+    }
+    if ((!spotBlur.active && !spotGrade.Row(in, spotRow, row.outerBegin, row.outerEnd, l)) ||
+        (!backBlur.active && (!backGrade.Row(in, out, 0, row.fullBegin, l) ||
+                              !backGrade.Row(in, out, row.fullEnd, width, l)))) {
+      return false;
+    }
+    // The mix, which weighs the background by its own alpha; where the mask is 0 the spot
+    // counts for nothing, and the background stands in for it. Then the alpha of the mask
+    // or of the source.
+    const auto mix = [&](const T* foreground, int32_t begin, int32_t end) {
+      const int32_t count = end - begin;
+      return count <= 0 ||
+             D::kMix(RowView(foreground, count, 4), RowView(out + 4 * begin, count, 4),
+                     RowView<T>(maskRow + begin, count, 1), l.alpha) == kernels::kOk;
+    };
+    const kernels::ImageView outRow = RowView(out, width, 4);
+    if (!mix(out, 0, row.outerBegin) || !mix(spotColours, row.outerBegin, row.outerEnd) ||
+        !mix(out + 4 * row.outerEnd, row.outerEnd, width) ||
+        (v.transparent ? D::kCopyChannel(RowView<T>(maskRow, width, 1), 1, 0, outRow, 4, l.alpha)
+                       : D::kCopyChannel(RowView(in, width, 4), 4, l.alpha, outRow, 4, l.alpha)) !=
+            kernels::kOk) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace

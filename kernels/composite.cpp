@@ -1,6 +1,10 @@
 #include "kernels/composite.h"
 
 #include <algorithm>
+#include <type_traits>
+
+#include "kernels/composite_hwy.h"
+#include "kernels/dispatch.h"
 
 namespace vitrella::kernels {
 namespace {
@@ -97,6 +101,49 @@ Status Composite(ConstImageView foreground, ConstImageView background, ImageView
   return kOk;
 }
 
+// The mix of one pixel through a mask value, bytes and floats, shared with the vector rows.
+void ThroughMask(const uint8_t* f, uint8_t* b, uint32_t m, int32_t alpha) {
+  const uint32_t t = std::min(255U, b[alpha] * (255 - m) / 255);
+  for (int c = 0; c < 4; ++c) {
+    if (c != alpha) b[c] = static_cast<uint8_t>(std::min(255U, (f[c] * m + b[c] * t) / 255));
+  }
+}
+void ThroughMask(const float* f, float* b, float m, int32_t alpha) {
+  for (int c = 0; c < 4; ++c) {
+    if (c == alpha) continue;
+    if (m == 0.0f) {
+      b[c] = std::min(1.0f, 0.0f + b[c] * std::min(1.0f, b[alpha] * 1.0f));
+    } else if (m == 1.0f) {
+      b[c] = std::min(1.0f, f[c] + 0.0f);
+    } else {
+      b[c] = std::min(1.0f, f[c] * m + b[c] * std::min(1.0f, b[alpha] * (1.0f - m)));
+    }
+  }
+}
+
+template <typename T>
+Status ThroughMaskRows(ConstImageView foreground, ImageView background, ConstImageView mask,
+                       int32_t alpha) {
+  if (Status s = CheckViews(foreground, background); s != kOk) return s;
+  if (Status s = CheckView(mask); s != kOk) return s;
+  if (!ValidAlpha(alpha)) return kBadChannel;
+  const Size size = MinSize(MinSize(foreground.Extent(), background.Extent()), mask.Extent());
+  for (int32_t y = 0; y < size.height; ++y) {
+    const T* f = foreground.Row<const T>(y);
+    T* b = background.Row<T>(y);
+    const T* m = mask.Row<const T>(y);
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      if (!UseReferenceKernels()) {
+        vector::ThroughMaskRow8u_C4(f, b, m, size.width, alpha);
+        continue;
+      }
+    }
+    for (int32_t x = 0; x < size.width; ++x)
+      ThroughMask(f + 4 * x, b + 4 * x, m[x], alpha);
+  }
+  return kOk;
+}
+
 }  // namespace
 
 Status PremultiplyAlpha8u_C4(ConstImageView src, ImageView dst, int32_t alpha) {
@@ -115,6 +162,16 @@ Status Composite8u_C4(ConstImageView foreground, ConstImageView background, Imag
 Status Composite32f_C4(ConstImageView foreground, ConstImageView background, ImageView dst,
                        int32_t alpha, bool premultiplied) {
   return Composite<FloatMath>(foreground, background, dst, alpha, premultiplied);
+}
+
+Status CompositeThroughMask8u_C4(ConstImageView foreground, ImageView background,
+                                 ConstImageView mask, int32_t alpha) {
+  return ThroughMaskRows<uint8_t>(foreground, background, mask, alpha);
+}
+
+Status CompositeThroughMask32f_C4(ConstImageView foreground, ImageView background,
+                                  ConstImageView mask, int32_t alpha) {
+  return ThroughMaskRows<float>(foreground, background, mask, alpha);
 }
 
 }  // namespace vitrella::kernels

@@ -68,7 +68,11 @@ const EffectCase kEffects[] = {
     Case<CSpotlight>("Spotlight", {{"Classic Portrait"},
                                    {"Isolate", 2},
                                    {"Swamp Alien Eye", kFieldModeFrame, 1.4587},
-                                   {"Sword Slice", 1, 0.9}}),
+                                   {"Sword Slice", 1, 0.9},
+                                   {"Blurred Spot"},
+                                   {"Glowing Orb", 2},
+                                   {"Lava Lamp", kFieldModeFrame, 0.7},
+                                   {"Home  Movies"}}),
 };
 
 std::string FormatLabel(PixelFormat format) {

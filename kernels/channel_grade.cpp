@@ -1,0 +1,51 @@
+#include "kernels/channel_grade.h"
+
+#include "kernels/channel_grade_hwy.h"
+#include "kernels/dispatch.h"
+
+namespace vitrella::kernels {
+namespace {
+
+bool ValidPositions(ColourPositions at) {
+  const auto valid = [](int32_t c) { return c >= 0 && c <= 3; };
+  return valid(at.blue) && valid(at.green) && valid(at.red) && at.blue != at.green &&
+         at.blue != at.red && at.green != at.red;
+}
+
+}  // namespace
+
+Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
+                          const ByteGradeSpec& spec) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (!ValidPositions(at)) return kBadChannel;
+  const bool tables = spec.blueTable != nullptr;
+  if (tables && (spec.greenTable == nullptr || spec.redTable == nullptr)) return kNullPointer;
+  const Size size = MinSize(src.Extent(), dst.Extent());
+  if (!UseReferenceKernels()) {
+    const int32_t* const lookups[3] = {spec.blueTable, spec.greenTable, spec.redTable};
+    const int32_t weights[3] = {spec.weightBlue, spec.weightGreen, spec.weightRed};
+    for (int32_t y = 0; y < size.height; ++y) {
+      vector::GradeRow8u_C4(src.Row(y), dst.Row(y), size.width, 8 * at.blue, 8 * at.green,
+                            8 * at.red, spec.move, spec.amount, weights, lookups);
+    }
+    return kOk;
+  }
+  for (int32_t y = 0; y < size.height; ++y) {
+    const uint8_t* in = src.Row(y);
+    uint8_t* out = dst.Row(y);
+    for (int32_t x = 0; x < size.width; ++x, in += 4, out += 4) {
+      int32_t blue = in[at.blue];
+      int32_t green = in[at.green];
+      int32_t red = in[at.red];
+      GradePixel(blue, green, red, spec);
+      const int32_t alpha = 6 - at.blue - at.green - at.red;
+      out[alpha] = in[alpha];
+      out[at.blue] = static_cast<uint8_t>(blue);
+      out[at.green] = static_cast<uint8_t>(green);
+      out[at.red] = static_cast<uint8_t>(red);
+    }
+  }
+  return kOk;
+}
+
+}  // namespace vitrella::kernels

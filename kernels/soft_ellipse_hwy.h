@@ -1,0 +1,19 @@
+// Vector rows of the soft ellipse, one build per processor family.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/soft_ellipse.h"
+
+namespace vitrella::kernels::vector {
+
+// The distances of count pixels from x = begin on, of the row whose Y is yy.
+void SoftEllipseDistances(const SoftEllipseShape& shape, float yy, int32_t begin, int32_t count,
+                          float* out);
+
+// Bytes from the distances by the bands; unsure[i] is set (and out[i] left to the caller)
+// where the band's bin cannot say.
+void SoftEllipseBytes(const SoftEllipseShape& shape, const SoftEllipseBands& bands,
+                      const float* distances, int32_t count, uint8_t* out, uint8_t* unsure);
+
+}  // namespace vitrella::kernels::vector

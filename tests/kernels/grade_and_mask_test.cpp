@@ -1,0 +1,143 @@
+// The channel grade and the composite through a mask on every code path, against the
+// formulas written out here, on odd widths and in both channel orders.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "common/kernel_variants.h"
+#include "kernels/channel_grade.h"
+#include "kernels/composite.h"
+
+namespace vitrella::kernels {
+namespace {
+
+std::vector<uint8_t> RandomBytes(size_t count, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::vector<uint8_t> bytes(count);
+  for (uint8_t& b : bytes)
+    b = static_cast<uint8_t>(random());
+  return bytes;
+}
+
+ImageView View(std::vector<uint8_t>& bytes, int32_t width, int32_t height, int32_t pixelBytes) {
+  return {bytes.data(), static_cast<ptrdiff_t>(width) * pixelBytes, width, height};
+}
+
+class GradeAndMask : public OnEveryKernelPath {};
+
+TEST_P(GradeAndMask, GradeMovesTowardsLumaThenLooksUpEachChannel) {
+  std::vector<int32_t> tables[3];
+  for (int c = 0; c < 3; ++c) {
+    tables[c].resize(256);
+    for (int i = 0; i < 256; ++i)
+      tables[c][static_cast<size_t>(i)] = (i * (c + 2) + 17 * c) % 256;
+  }
+  constexpr int32_t kNoMove = 999;
+  for (int32_t amount : {kNoMove, 0, 90, -127, 127}) {
+    for (bool lookup : {false, true}) {
+      ByteGradeSpec spec;
+      spec.move = amount != kNoMove;
+      spec.amount = spec.move ? amount : 0;
+      spec.weightBlue = 30;
+      spec.weightGreen = 149;
+      spec.weightRed = 76;
+      if (lookup) {
+        spec.blueTable = tables[0].data();
+        spec.greenTable = tables[1].data();
+        spec.redTable = tables[2].data();
+      }
+      for (ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
+        for (int32_t width : {1, 7, 33}) {
+          std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(width) * 4 * 3, width);
+          std::vector<uint8_t> dst(src.size(), 0xA5);
+          ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(dst, width, 3, 4), at, spec),
+                    kOk);
+          const int alpha = 6 - at.blue - at.green - at.red;
+          for (size_t p = 0; p < src.size(); p += 4) {
+            int32_t c[3] = {src[p + at.blue], src[p + at.green], src[p + at.red]};
+            if (spec.move) {
+              const int32_t luma = (c[0] * 30 + c[1] * 149 + c[2] * 76) >> 8;
+              for (int32_t& v : c)
+                v = std::clamp((v * (127 - spec.amount) + luma * spec.amount) >> 7, 0, 255);
+            }
+            if (lookup) {
+              for (int k = 0; k < 3; ++k)
+                c[k] = tables[k][static_cast<size_t>(c[k])];
+            }
+            ASSERT_EQ(dst[p + at.blue], c[0]) << "amount " << amount << " at " << p;
+            ASSERT_EQ(dst[p + at.green], c[1]);
+            ASSERT_EQ(dst[p + at.red], c[2]);
+            ASSERT_EQ(dst[p + static_cast<size_t>(alpha)], src[p + static_cast<size_t>(alpha)]);
+          }
+          // In place gives the same.
+          ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(src, width, 3, 4), at, spec),
+                    kOk);
+          EXPECT_EQ(src, dst);
+        }
+      }
+    }
+  }
+  ByteGradeSpec half;
+  std::vector<uint8_t> pixels(16);
+  half.blueTable = tables[0].data();  // the other two missing
+  EXPECT_EQ(GradeChannels8u_C4(View(pixels, 4, 1, 4), View(pixels, 4, 1, 4), {0, 1, 2}, half),
+            kNullPointer);
+  EXPECT_EQ(GradeChannels8u_C4(View(pixels, 4, 1, 4), View(pixels, 4, 1, 4), {0, 1, 1}, {}),
+            kBadChannel);
+}
+
+TEST_P(GradeAndMask, BytesMixThroughTheMaskByTheFormula) {
+  for (int32_t alpha : {0, 3}) {
+    for (int32_t width : {1, 7, 33, 130}) {
+      std::vector<uint8_t> fg = RandomBytes(static_cast<size_t>(width) * 8, 3);
+      std::vector<uint8_t> bg = RandomBytes(static_cast<size_t>(width) * 8, 4);
+      std::vector<uint8_t> mask = RandomBytes(static_cast<size_t>(width) * 2, 5);
+      mask[0] = 0;
+      mask.back() = 255;
+      const std::vector<uint8_t> before = bg;
+      ASSERT_EQ(CompositeThroughMask8u_C4(View(fg, width, 2, 4), View(bg, width, 2, 4),
+                                          View(mask, width, 2, 1), alpha),
+                kOk);
+      for (size_t p = 0; p < mask.size(); ++p) {
+        const uint32_t m = mask[p];
+        const uint32_t t = std::min(255U, before[4 * p + alpha] * (255 - m) / 255);
+        for (int c = 0; c < 4; ++c) {
+          const size_t i = 4 * p + static_cast<size_t>(c);
+          const uint32_t want =
+              c == alpha ? before[i] : std::min(255U, (fg[i] * m + before[i] * t) / 255);
+          ASSERT_EQ(bg[i], want) << "width " << width << " pixel " << p << " channel " << c;
+        }
+      }
+    }
+  }
+}
+
+TEST(CompositeThroughMask, FloatsTakeTheSpotWhereFullAndNeverReadItWhereEmpty) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  // Pixel 0: mask 0, a foreground of NaN; pixel 1: mask 1, a background of NaN; pixel 2:
+  // half, alpha 0.5.
+  std::vector<float> fg = {nan, nan, nan, nan, 0.25f, 2.0f, 0.5f, 0.0f, 0.8f, 0.4f, 0.2f, 0.0f};
+  std::vector<float> bg = {0.5f, 1.5f, 0.2f, 0.5f, nan, nan, nan, 1.0f, 0.1f, 0.2f, 0.3f, 0.5f};
+  std::vector<float> mask = {0.0f, 1.0f, 0.5f};
+  const ConstImageView f{reinterpret_cast<const uint8_t*>(fg.data()), 48, 3, 1};
+  const ImageView b{reinterpret_cast<uint8_t*>(bg.data()), 48, 3, 1};
+  const ConstImageView m{reinterpret_cast<const uint8_t*>(mask.data()), 12, 3, 1};
+  ASSERT_EQ(CompositeThroughMask32f_C4(f, b, m, 3), kOk);
+  EXPECT_FLOAT_EQ(bg[0], 0.25f);
+  EXPECT_FLOAT_EQ(bg[1], 0.75f);
+  EXPECT_FLOAT_EQ(bg[2], 0.1f);
+  EXPECT_EQ(bg[3], 0.5f);
+  EXPECT_FLOAT_EQ(bg[4], 0.25f);
+  EXPECT_FLOAT_EQ(bg[5], 1.0f);  // limited to 1
+  EXPECT_FLOAT_EQ(bg[6], 0.5f);
+  EXPECT_FLOAT_EQ(bg[8], 0.8f * 0.5f + 0.1f * 0.25f);
+  EXPECT_EQ(CompositeThroughMask32f_C4(f, b, m, 2), kBadChannel);
+}
+
+INSTANTIATE_ON_EVERY_KERNEL_PATH(GradeAndMask);
+
+}  // namespace
+}  // namespace vitrella::kernels
