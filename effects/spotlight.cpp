@@ -389,33 +389,45 @@ class FloatGrade {
       if (in != out && end > begin) std::copy(in + 4 * begin, in + 4 * end, out + 4 * begin);
       return true;
     }
+    // Stage by stage over the row, so that the stages without calls into the maths
+    // library run as tight loops.
     for (int32_t x = begin; x < end; ++x) {
       const float* p = in + 4 * x;
       float* q = out + 4 * x;
-      float v[3] = {p[l.red], p[l.green], p[l.blue]};
-      Apply(v);
+      const float red = p[l.red];
+      const float green = p[l.green];
+      const float blue = p[l.blue];
       q[l.alpha] = p[l.alpha];
-      q[l.red] = v[0];
-      q[l.green] = v[1];
-      q[l.blue] = v[2];
+      q[l.red] = red;
+      q[l.green] = green;
+      q[l.blue] = blue;
     }
-    return true;
-  }
-  void Apply(float (&v)[3]) const {
     if (g_.saturation != 0.0f) {
-      const float luma = v[2] * 0.113f + v[1] * 0.586f + v[0] * 0.298f;
-      for (float& c : v)
-        c = std::clamp((c * (0.5f - g_.saturation * 0.5f) + luma * g_.saturation * 0.5f) * 2.0f,
-                       0.0f, 1.0f);
+      const float keep = 0.5f - g_.saturation * 0.5f;
+      const float towards = g_.saturation * 0.5f;
+      for (int32_t x = begin; x < end; ++x) {
+        float* q = out + 4 * x;
+        const float luma = q[l.blue] * 0.113f + q[l.green] * 0.586f + q[l.red] * 0.298f;
+        for (const int32_t c : {l.red, l.green, l.blue})
+          q[c] = std::clamp((q[c] * keep + luma * towards) * 2.0f, 0.0f, 1.0f);
+      }
     }
     if (g_.curve) {
-      for (float& c : v)
-        c = std::clamp(g_.Curve(c), 0.0f, 1.0f);
+      for (int32_t x = begin; x < end; ++x) {
+        float* q = out + 4 * x;
+        for (const int32_t c : {l.red, l.green, l.blue})
+          q[c] = std::clamp(g_.Curve(q[c]), 0.0f, 1.0f);
+      }
     }
     if (g_.range != 0.0f) {
-      for (int c = 0; c < 3; ++c)
-        v[c] = std::clamp(Grade::Tint(v[c], g_.amounts[c]), 0.0f, 1.0f);
+      const int32_t channel[3] = {l.red, l.green, l.blue};
+      for (int32_t x = begin; x < end; ++x) {
+        float* q = out + 4 * x;
+        for (int c = 0; c < 3; ++c)
+          q[channel[c]] = std::clamp(Grade::Tint(q[channel[c]], g_.amounts[c]), 0.0f, 1.0f);
+      }
     }
+    return true;
   }
 
  private:

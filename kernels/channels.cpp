@@ -1,5 +1,10 @@
 #include "kernels/channels.h"
 
+#include <type_traits>
+
+#include "kernels/channels_hwy.h"
+#include "kernels/dispatch.h"
+
 namespace vitrella::kernels {
 namespace {
 
@@ -31,6 +36,14 @@ Status CopyChannelOf(ConstImageView src, int32_t srcChannels, int32_t srcChannel
   if (!ValidChannel(srcChannel) || !ValidChannel(dstChannel)) return kBadChannel;
   const Size size = MinSize(src.Extent(), dst.Extent());
   for (int32_t y = 0; y < size.height; ++y) {
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      // Into four-byte pixels, whole pixels at a time; in place only the same pixels meet.
+      if (dstChannels == 4 && !UseReferenceKernels()) {
+        vector::CopyChannelRow8u(src.Row(y), srcChannels, srcChannel, dst.Row(y), dstChannel,
+                                 size.width);
+        continue;
+      }
+    }
     const T* in = src.Row<const T>(y) + srcChannel;
     T* out = dst.Row<T>(y) + dstChannel;
     for (int32_t x = 0; x < size.width; ++x)

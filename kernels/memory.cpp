@@ -76,7 +76,7 @@ class ImagePool {
       liveBytes_ -= std::min(liveBytes_, capacity);
       const uint32_t now = Now();
       CollectIdle(now, released);
-      const size_t limit = std::min(mostLiveBytes_, kImagePoolMostBytes);
+      const size_t limit = std::min(kImagePoolRenders * mostLiveBytes_, kImagePoolMostBytes);
       // Room is made by letting the longest waiting images go first.
       while (!waiting_.empty() && pooledBytes_ + capacity > limit) {
         pooledBytes_ -= CapacityOf(waiting_.front().image);

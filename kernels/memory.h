@@ -19,9 +19,11 @@ uint8_t* AllocImage(int32_t width, int32_t height, int32_t pixelBytes, int32_t* 
 void FreeImage(void* image);
 
 // A freed image waits in the pool for an image of its size (or up to an eighth smaller).
-// The pool holds at most as many bytes as were ever handed out at once (renders reuse what
-// renders needed), never more than kImagePoolMostBytes, and gives back to the system what
-// has lain unused for kImagePoolIdleMilliseconds, when it is next called.
+// The pool holds at most kImagePoolRenders times as many bytes as were ever handed out at
+// once, what a few renders of differing needs (presets that blur by different lengths,
+// say) take in turn, never more than kImagePoolMostBytes, and gives back to the system
+// what has lain unused for kImagePoolIdleMilliseconds, when it is next called.
+inline constexpr size_t kImagePoolRenders = 3;
 inline constexpr size_t kImagePoolMostBytes = size_t{1} << 30;
 inline constexpr uint32_t kImagePoolIdleMilliseconds = 5000;
 

@@ -130,6 +130,27 @@ TEST_P(PixelKernels, TwistsColoursAndKeepsAlpha) {
   }
 }
 
+TEST_P(PixelKernels, MovesAByteChannelIntoFourBytePixelsAndKeepsTheRest) {
+  for (int width : {1, 7, 33, 130}) {
+    for (int from : {1, 4}) {
+      cv::Mat src = RandomMat(3, width, from == 1 ? CV_8UC1 : CV_8UC4, width);
+      cv::Mat dst = RandomMat(3, width, CV_8UC4, width + 1);
+      const cv::Mat before = dst.clone();
+      const int32_t fromChannel = from == 1 ? 0 : 2;
+      ASSERT_EQ(CopyChannel8u(ViewOf(src), from, fromChannel, ViewOf(dst), 4, 3), kOk);
+      for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < width; ++x) {
+          const uint8_t want = from == 1 ? src.at<uint8_t>(y, x) : src.at<cv::Vec4b>(y, x)[2];
+          for (int c = 0; c < 4; ++c) {
+            ASSERT_EQ(dst.at<cv::Vec4b>(y, x)[c], c == 3 ? want : before.at<cv::Vec4b>(y, x)[c])
+                << "width " << width << " from " << from << " at " << x;
+          }
+        }
+      }
+    }
+  }
+}
+
 INSTANTIATE_ON_EVERY_KERNEL_PATH(PixelKernels);
 
 TEST(Yuy2, EncodesPairsAndAnOddLastPixel) {
