@@ -9,6 +9,7 @@
 #include "core/render_setup.h"
 #include "kernels/copy.h"
 #include "kernels/filter_gauss.h"
+#include "kernels/neighbour_match.h"
 
 namespace vitrella {
 namespace {
@@ -47,8 +48,11 @@ class StepSearch {
  public:
   using Tolerance = std::conditional_t<std::is_same_v<T, uint8_t>, int32_t, float>;
 
+  // masks: each pixel's matches with its neighbours (kernels/neighbour_match.h), width by
+  // height of them, maskPitch apart; null to compare colours instead.
   StepSearch(const FrameBuffer& bordered, const FrameBuffer& dst, int32_t width, int32_t height,
-             const PixelLayout& layout, Tolerance tolerance, bool showChanged, bool softenLines)
+             const PixelLayout& layout, Tolerance tolerance, bool showChanged, bool softenLines,
+             const uint16_t* masks, ptrdiff_t maskPitch)
       : bordered_(bordered),
         dst_(dst),
         width_(width),
@@ -56,12 +60,15 @@ class StepSearch {
         channel_{layout.red, layout.green, layout.blue},
         tolerance_(tolerance),
         showChanged_(showChanged),
-        softenLines_(softenLines) {}
+        softenLines_(softenLines),
+        masks_(masks),
+        maskPitch_(maskPitch) {}
 
   void Run() {
     // The running colour starts black once per frame and is never reset: not at a new
     // line, and not between the two passes.
     running_ = {};
+    runningKnown_ = false;
     // Down the columns: outer is x, inner is y.
     Walk(width_, height_, [](int32_t outer, int32_t inner) { return Point{outer, inner}; });
     // Along the rows: outer is y, inner is x.
@@ -105,6 +112,58 @@ class StepSearch {
     return true;
   }
 
+  bool Inside(Point p) const { return p.x >= 0 && p.y >= 0 && p.x < width_ && p.y < height_; }
+  uint32_t MaskAt(Point p) const { return masks_[p.y * maskPitch_ + p.x]; }
+
+  // Whether two source pixels match: a bit of one of them where the two are close
+  // neighbours inside the picture, else their colours.
+  bool Match(Point a, Point b) const {
+    if (masks_ == nullptr) return Matches(Source(a), Source(b));
+    if (const int32_t bit = kernels::NeighbourBit(b.x - a.x, b.y - a.y); bit >= 0 && Inside(a)) {
+      return (MaskAt(a) >> bit & 1) != 0;
+    }
+    if (const int32_t bit = kernels::NeighbourBit(a.x - b.x, a.y - b.y); bit >= 0 && Inside(b)) {
+      return (MaskAt(b) >> bit & 1) != 0;
+    }
+    return Matches(Source(a), Source(b));
+  }
+  // The same against the running colour, which is a source pixel or, at the start, black:
+  // by a bit where it is a close neighbour, else by the colour it keeps.
+  bool MatchesRunning(Point a) const {
+    if (runningKnown_ && masks_ != nullptr) {
+      const int32_t dx = runningAt_.x - a.x;
+      const int32_t dy = runningAt_.y - a.y;
+      if (const int32_t bit = kernels::NeighbourBit(dx, dy); bit >= 0 && Inside(a)) {
+        return (MaskAt(a) >> bit & 1) != 0;
+      }
+      if (const int32_t bit = kernels::NeighbourBit(-dx, -dy); bit >= 0 && Inside(runningAt_)) {
+        return (MaskAt(runningAt_) >> bit & 1) != 0;
+      }
+    }
+    return Matches(Source(a), running_);
+  }
+  bool DiffersInAllFromRunning(Point a) const {
+    if (runningKnown_ && masks_ != nullptr) {
+      const int32_t dx = runningAt_.x - a.x;
+      const int32_t dy = runningAt_.y - a.y;
+      const auto bit = [&](Point p, int32_t rightOrBelow) {
+        return Inside(p) && (rightOrBelow == 1 ? (MaskAt(p) >> kernels::kDiffersRightBit & 1)
+                                               : (MaskAt(p) >> kernels::kDiffersBelowBit & 1));
+      };
+      if ((dx == 1 && dy == 0) || (dx == 0 && dy == 1)) {
+        if (Inside(a)) return bit(a, dx);
+      } else if ((dx == -1 && dy == 0) || (dx == 0 && dy == -1)) {
+        if (Inside(runningAt_)) return bit(runningAt_, -dx);
+      }
+    }
+    return DiffersInAll(Source(a), running_);
+  }
+  void Run(Point p) {
+    running_ = Source(p);
+    runningAt_ = p;
+    runningKnown_ = true;
+  }
+
   // Magenta when changes are shown, else the blurred colour of the source.
   void Mark(Point p) const {
     T* out = dst_.Row<T>(p.y) + static_cast<ptrdiff_t>(p.x) * 4;
@@ -124,19 +183,6 @@ class StepSearch {
     }
   }
 
-  // Counts from `first` towards `last` while the centre lane matches its reference and
-  // the side lane does not.
-  static int32_t CountRun(const bool* centre, const bool* side, int first, int last) {
-    const int step = first < last ? 1 : -1;
-    int32_t count = 0;
-    for (int i = first;; i += step) {
-      if (centre[i] || !side[i]) break;
-      ++count;
-      if (i == last) break;
-    }
-    return count;
-  }
-
   // One pass. `at` maps (outer, inner) to the image; the pattern's three lanes lie at
   // outer - 1, outer and outer + 1, and run from inner - 3 to inner + 2.
   template <typename Map>
@@ -144,25 +190,32 @@ class StepSearch {
     for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
       for (int32_t inner = 3; inner < innerExtent - 3;) {
         const Point here = at(outer, inner);
-        const Rgb q = Source(here);
-        if (Matches(q, running_)) {
+        // Most pixels match the running colour: a direct comparison settles them.
+        if (Matches(Source(here), running_)) {
           ++inner;
           continue;
         }
         // A flag is set where a pixel differs from its reference: the running colour for
-        // the three cells before `inner`, and this pixel's colour from it on.
-        bool lanes[3][6];
-        for (int lane = 0; lane < 3; ++lane) {
-          for (int i = 0; i < 6; ++i) {
-            const Rgb& reference = i < 3 ? running_ : q;
-            lanes[lane][i] = !Matches(Source(at(outer + lane - 1, inner - 3 + i)), reference);
+        // the three cells before `inner`, and this pixel from it on. Flags are asked for
+        // only as the runs reach them.
+        const auto differs = [&](int32_t lane, int32_t i) {
+          const Point p = at(outer + lane - 1, inner - 3 + i);
+          return i < 3 ? !MatchesRunning(p) : !Match(p, here);
+        };
+        // Counts from `first` towards `last` while the centre lane matches its reference
+        // and the side lane does not.
+        const auto run = [&](int32_t side, int32_t first, int32_t last) {
+          const int32_t step = first < last ? 1 : -1;
+          int32_t count = 0;
+          for (int32_t i = first;; i += step) {
+            if (differs(1, i) || !differs(side, i)) break;
+            ++count;
+            if (i == last) break;
           }
-        }
-        const bool* left = lanes[0];
-        const bool* centre = lanes[1];
-        const bool* right = lanes[2];
-        int32_t up = std::max(CountRun(centre, left, 2, 0), CountRun(centre, right, 2, 0));
-        int32_t down = std::max(CountRun(centre, left, 3, 5), CountRun(centre, right, 3, 5));
+          return count;
+        };
+        int32_t up = std::max(run(0, 2, 0), run(2, 2, 0));
+        int32_t down = up == 0 ? 0 : std::max(run(0, 3, 5), run(2, 3, 5));
         if (up != 0 && down != 0) {
           for (int32_t i = 1; i <= up; ++i)
             Mark(at(outer, inner - i));
@@ -170,23 +223,23 @@ class StepSearch {
             Mark(at(outer, inner + i));
         } else {
           up = down = 0;
-          if (softenLines_ && !Matches(Source(at(outer - 1, inner)), running_) &&
-              !DiffersInAll(Source(at(outer - 1, inner - 1)), running_) &&
-              !Matches(Source(at(outer + 1, inner)), running_) &&
-              !DiffersInAll(Source(at(outer + 1, inner - 1)), running_)) {
+          if (softenLines_ && !MatchesRunning(at(outer - 1, inner)) &&
+              !DiffersInAllFromRunning(at(outer - 1, inner - 1)) &&
+              !MatchesRunning(at(outer + 1, inner)) &&
+              !DiffersInAllFromRunning(at(outer + 1, inner - 1))) {
             // The line runs straight through here: soften the three cells before it.
             for (int lane = -1; lane <= 1; ++lane)
               Mark(at(outer + lane, inner - 1));
           }
         }
         if (down == 0) {
-          running_ = q;
+          Run(here);
           ++inner;
         } else {
           // The new running colour lies along the image row in both passes, to the right
           // of the pixel. In the column pass at the last column but one that reaches one
           // column past the frame, where the bordered copy repeats the edge pixel.
-          running_ = Source({here.x + down - 1, here.y});
+          Run({here.x + down - 1, here.y});
           inner += down + 1;
         }
       }
@@ -201,7 +254,11 @@ class StepSearch {
   Tolerance tolerance_;
   bool showChanged_;
   bool softenLines_;
+  const uint16_t* masks_;
+  ptrdiff_t maskPitch_;
   Rgb running_{};
+  Point runningAt_{};
+  bool runningKnown_ = false;
 };
 
 // The threshold below which two colours count as one: a high strength catches faint
@@ -210,6 +267,32 @@ int32_t Threshold(float strength) {
   if (!(strength >= 0.0f)) strength = 0.0f;  // also catches NaN
   strength = std::min(strength, 1.0f);
   return static_cast<int32_t>((1.0f - strength) * 255.0f);
+}
+
+// Whether more than one pixel in eight differs from the one below it, on every sixteenth
+// row: the search then meets a pattern at most pixels, and reads the neighbours' matches
+// as bits rather than comparing colours.
+template <typename T, typename Tolerance>
+bool ManyEdges(const FrameBuffer& bordered, int32_t width, int32_t height, const PixelLayout& l,
+               Tolerance tolerance) {
+  int64_t differing = 0;
+  int64_t seen = 0;
+  const int32_t channels[3] = {l.red, l.green, l.blue};
+  for (int32_t y = 0; y + 1 < height; y += 16) {
+    const T* row = bordered.Row<const T>(y + kBorder) + 4 * kBorder;
+    const T* below = bordered.Row<const T>(y + kBorder + 1) + 4 * kBorder;
+    for (int32_t x = 0; x < width; ++x) {
+      bool same = true;
+      for (const int32_t c : channels) {
+        const T a = row[4 * x + c];
+        const T b = below[4 * x + c];
+        same = same && (a > b ? a - b : b - a) <= tolerance;
+      }
+      differing += same ? 0 : 1;
+    }
+    seen += width;
+  }
+  return differing * 8 > seen;
 }
 
 template <typename T>
@@ -235,8 +318,31 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
   // Floats compare on their own scale: the byte threshold over 255.
   typename StepSearch<T>::Tolerance tolerance = threshold;
   if constexpr (std::is_same_v<T, float>) tolerance = static_cast<float>(threshold) * 0.003921569f;
-  StepSearch<T>(bordered, dst, width, height, setup.srcLayout(), tolerance, showChanged,
-                softenLines)
+  // Each pixel's matches with its close neighbours, which the search reads as bits where
+  // it meets many edges: a quick look at every sixteenth row says whether it will.
+  const PixelLayout& layout = setup.srcLayout();
+  FrameBuffer masks;
+  uint16_t* maskBits = nullptr;
+  ptrdiff_t maskPitch = 0;
+  if (ManyEdges<T>(bordered, width, height, layout, tolerance)) {
+    const kernels::ColourPositions at{layout.blue, layout.green, layout.red};
+    if (!masks.Allocate(width, height, 2, &setup.memory(), src.format, false)) return false;
+    // Rows of 16-bit masks need an even pitch, which a host's allocator need not give.
+    if (masks.pitch % 2 != 0 && !masks.Allocate(width, height, 2, nullptr, src.format, false)) {
+      return false;
+    }
+    maskBits = reinterpret_cast<uint16_t*>(masks.data);
+    maskPitch = masks.pitch / 2;
+    const kernels::Status matched =
+        std::is_same_v<T, float>
+            ? kernels::NeighbourMatches32f_C4(inner, at, static_cast<float>(tolerance), maskBits,
+                                              maskPitch)
+            : kernels::NeighbourMatches8u_C4(inner, at, static_cast<int32_t>(tolerance), maskBits,
+                                             maskPitch);
+    if (matched != kernels::kOk) return false;
+  }
+  StepSearch<T>(bordered, dst, width, height, layout, tolerance, showChanged, softenLines, maskBits,
+                maskPitch)
       .Run();
   return true;
 }

@@ -63,7 +63,9 @@ EffectCase Case(std::string name, std::vector<GoldenSetting> goldens) {
 
 // Every effect, one line each.
 const EffectCase kEffects[] = {
-    Case<CEdgeSmoother>("Edge Smoother", {{"Font Smoothing - Strong"}, {"Smooth SD to HD Upres"}}),
+    Case<CEdgeSmoother>(
+        "Edge Smoother",
+        {{"Font Smoothing - Strong"}, {"Smooth SD to HD Upres"}, {"Font Smoothing - Weak"}}),
     Case<CRollingShutterFixer>("Rolling Shutter", {{"Reset to None"}}),
     Case<CSpotlight>("Spotlight", {{"Classic Portrait"},
                                    {"Isolate", 2},
