@@ -1,10 +1,5 @@
 #include "clip_writer.h"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -17,6 +12,7 @@
 #include "param_text.h"
 #include "picture_io.h"
 #include "quiet_stderr.h"
+#include "replacing_file.h"
 
 namespace vitrella::host {
 namespace {
@@ -84,33 +80,15 @@ class PatternWriter final : public ClipWriter {
 class VideoWriter final : public ClipWriter {
  public:
   VideoWriter(const std::string& name, int fourcc, double frameRate)
-      : name_(name), fourcc_(fourcc), frameRate_(frameRate) {
-    // The same extension, since the container is chosen by it.
-    const std::filesystem::path path(name);
-    std::string pattern =
-        (path.parent_path() / ("." + path.filename().string() + ".XXXXXX" + Extension(name)))
-            .string();
-    const int file = mkstemps(pattern.data(), static_cast<int>(Extension(name).size()));
-    if (file < 0) throw HostError("cannot write " + name + ": " + std::strerror(errno));
-    close(file);
-    // The name is ours now and the folder writable; the encoder makes the file anew, with
-    // the permissions that any new file gets.
-    std::error_code ignored;
-    std::filesystem::remove(pattern, ignored);
-    partial_ = pattern;
-  }
+      : name_(name), fourcc_(fourcc), frameRate_(frameRate), file_(name) {}
 
   ~VideoWriter() override {
-    if (committed_) return;
-    {
-      const QuietStderr quiet;
-      try {
-        writer_.release();
-      } catch (const cv::Exception&) {
-      }
+    // The encoder lets go of the hidden file before ReplacingFile removes it.
+    const QuietStderr quiet;
+    try {
+      writer_.release();
+    } catch (const cv::Exception&) {
     }
-    std::error_code ignored;
-    std::filesystem::remove(partial_, ignored);
   }
 
   void Write(int64_t n, const cv::Mat& picture) override {
@@ -122,7 +100,7 @@ class VideoWriter final : public ClipWriter {
     try {
       if (!writer_.isOpened()) {
         size_ = bgr.size();
-        if (!writer_.open(partial_, cv::CAP_FFMPEG, fourcc_, frameRate_, size_)) {
+        if (!writer_.open(file_.path(), cv::CAP_FFMPEG, fourcc_, frameRate_, size_)) {
           throw HostError("cannot write " + name_ + ": the " + Extension(name_) +
                           " encoder refused frames of " + std::to_string(size_.width) + "x" +
                           std::to_string(size_.height) + " pixels");
@@ -148,23 +126,16 @@ class VideoWriter final : public ClipWriter {
         throw HostError("cannot finish " + name_ + ": " + error.what());
       }
     }
-    std::error_code error;
-    if (std::filesystem::file_size(partial_, error) == 0 || error) {
-      throw HostError("cannot write " + name_ + ": the encoder wrote nothing");
-    }
-    std::filesystem::rename(partial_, name_, error);
-    if (error) throw HostError("cannot write " + name_ + ": " + error.message());
-    committed_ = true;
+    file_.Commit();
   }
 
  private:
   std::string name_;
-  std::string partial_;  // where the video grows until it is complete
   int fourcc_;
   double frameRate_;
+  ReplacingFile file_;  // where the video grows until it is complete
   cv::VideoWriter writer_;
   cv::Size size_;
-  bool committed_ = false;
 };
 
 }  // namespace

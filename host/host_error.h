@@ -21,3 +21,21 @@ class UsageError : public HostError {
 };
 
 }  // namespace vitrella::host
+
+namespace vitrella::host {
+
+// SIGINT or SIGTERM stopped the work; what it had written is gone. Exit status 128 plus
+// the signal's number, as a shell reports a program killed by it.
+class Interrupted : public HostError {
+ public:
+  explicit Interrupted(int signal)
+      : HostError(signal == 2 ? "interrupted; partial output removed"
+                              : "terminated; partial output removed"),
+        signal_(signal) {}
+  int signal() const { return signal_; }
+
+ private:
+  int signal_;
+};
+
+}  // namespace vitrella::host

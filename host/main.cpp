@@ -9,6 +9,7 @@
 
 #include "command_line.h"
 #include "host_error.h"
+#include "interruption.h"
 #include "list_command.h"
 #include "preset_command.h"
 #include "render_command.h"
@@ -60,9 +61,14 @@ int Run(const std::vector<std::string>& args) {
 int main(int argc, char** argv) {
   // Every failure reaches the user as one line from here, not as codec chatter.
   cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
+  // Before any thread starts, so that every one of them leaves the signals to the watcher.
+  vitrella::host::WatchInterruptions();
   const std::vector<std::string> args(argv + 1, argv + argc);
   try {
     return Run(args);
+  } catch (const vitrella::host::Interrupted& error) {
+    std::cerr << "vitrella: " << error.what() << "\n";
+    return 128 + error.signal();
   } catch (const vitrella::host::UsageError& error) {
     std::cerr << "vitrella: " << OneLine(error.what()) << " (see vitrella --help)\n";
     return kUsage;

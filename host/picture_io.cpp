@@ -13,6 +13,7 @@
 #include "host_error.h"
 #include "param_text.h"
 #include "quiet_stderr.h"
+#include "replacing_file.h"
 
 namespace vitrella::host {
 namespace {
@@ -145,12 +146,9 @@ void WritePicture(const std::string& path, const cv::Mat& picture) {
     }
   }
 
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  if (!file) throw HostError("cannot write " + path + ": " + std::strerror(errno));
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
-  file.close();
-  if (!file) throw HostError("cannot write " + path + ": " + std::strerror(errno));
+  ReplacingFile file(path);
+  file.Write(bytes.data(), bytes.size());
+  file.Commit();
 }
 
 }  // namespace vitrella::host
