@@ -15,6 +15,7 @@
 #include "frame_server.h"
 #include "host_error.h"
 #include "host_frames.h"
+#include "interruption.h"
 #include "progress_bar.h"
 #include "render_command.h"
 
@@ -158,6 +159,9 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
   const auto start = std::chrono::steady_clock::now();
   ClipSummary summary;
   {
+    // A signal stops every stage as a failure would; the writer then removes its output.
+    const OnInterrupt stop(
+        [&](int signal) { queue.Fail(std::make_exception_ptr(Interrupted(signal))); });
     std::vector<std::jthread> stages;
     stages.emplace_back([&] { RunStage(queue, [&] { DecodeFrames(job); }); });
     for (unsigned i = 0; i < threads; ++i)
