@@ -1,6 +1,7 @@
 #include "catalog_json.h"
 
 #include "json_writer.h"
+#include "param_names.h"
 #include "param_text.h"
 
 namespace vitrella::host {
@@ -39,8 +40,8 @@ void WriteValueJson(const ParamInfo& info, const ParamValue& value, JsonWriter& 
   }
 }
 
-void WriteParamJson(uint32_t index, const ParamInfo& info, const std::optional<std::string>& tip,
-                    JsonWriter& json) {
+void WriteParamJson(uint32_t index, const ParamInfo& info, const std::string& group,
+                    const std::optional<std::string>& tip, JsonWriter& json) {
   json.BeginObject();
   json.Key("index");
   json.Integer(index);
@@ -48,6 +49,12 @@ void WriteParamJson(uint32_t index, const ParamInfo& info, const std::optional<s
   json.String(KindName(info.kind));
   json.Key("name");
   json.String(ParamLabel(info));
+  json.Key("group");
+  if (group.empty()) {
+    json.Null();
+  } else {
+    json.String(group);
+  }
   json.Key("default");
   WriteValueJson(info, info.defaultValue, json);
   json.Key("min");
@@ -111,8 +118,9 @@ void WriteCatalogJson(std::string_view libraryName, const std::vector<EffectDesc
     json.Bool(effect.gpu);
     json.Key("params");
     json.BeginArray();
+    const std::vector<std::string> groups = ParamGroups(effect.params);
     for (uint32_t i = 0; i < effect.params.size(); ++i) {
-      WriteParamJson(i, effect.params[i], effect.tooltips[i], json);
+      WriteParamJson(i, effect.params[i], groups[i], effect.tooltips[i], json);
     }
     json.EndArray();
     json.Key("presets");

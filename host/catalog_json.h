@@ -2,15 +2,16 @@
 //
 //   {"library": name,
 //    "effects": [{"index", "name", "traits", "gpu",
-//                 "params": [{"index", "kind", "name", "default", "min", "max", "choices",
+//                 "params": [{"index", "kind", "name", "group", "default", "min", "max", "choices",
 //                             "groupClose", "panel": {"x", "y", "width", "height"},
 //                             "tooltip"}],
 //                 "presets": [{"name", "values": [one per parameter record]}]}]}
 //
 // "kind" is point, choice, slider, color, check or group. Values by kind: slider the
 // fraction as a number, point [x, y], color "#RRGGBB", check true or false, choice the
-// entry's index, group null. "min" and "max" are a slider's shown range, "choices" a
-// choice's entry texts, "groupClose" whether a group record closes its group; each is
+// entry's index, group null. "group" is the label of the group a parameter lies in (null
+// outside groups and for a group's own records). "min" and "max" are a slider's shown range,
+// "choices" a choice's entry texts, "groupClose" whether a group record closes its group; each is
 // null where it does not apply, as is a missing tooltip.
 #pragma once
 

@@ -16,8 +16,10 @@
 #include "host_error.h"
 #include "host_frames.h"
 #include "interruption.h"
+#include "output_loss.h"
 #include "progress_bar.h"
 #include "render_command.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella::host {
 namespace {
@@ -121,14 +123,20 @@ unsigned RenderThreads(unsigned requested, uint32_t traits, bool serveFrames) {
 }
 
 ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
-                       const std::vector<ParamValue>& values, const RenderOptions& options) {
-  const std::string& input = *options.input;
+                       const std::vector<ParamValue>& values, const RenderOptions& given) {
+  const std::string& input = *given.input;
   std::unique_ptr<ClipReader> reader = OpenClip(input);
-  FrameRange range = options.frames.value_or(FrameRange{});
+  FrameRange range = given.frames.value_or(FrameRange{});
   if (const std::optional<int64_t> count = reader->FrameCount()) {
     CheckRange(range, *count, input);
     if (!range.last) range.last = *count - 1;
   }
+  // The first frame tells the depth of the clip's channels, and so the frames' format.
+  const cv::Mat first = reader->Read(range.first);
+  const int depth = first.empty() ? CV_8U : first.depth();
+  RenderOptions options = given;
+  options.format = FormatFor(given, depth);
+  OutputLoss loss(options.output, depth, IsFloatFormat(options.format));
   const double rate = options.rate.value_or(reader->FrameRate().value_or(kSequenceRate));
   const uint32_t traits = effect.GetEffectTraits();
   const unsigned threads =
@@ -169,6 +177,8 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
     // This thread writes, in order.
     RunStage(queue, [&] {
       while (std::optional<std::pair<int64_t, cv::Mat>> next = queue.PopInOrder()) {
+        for (const std::string& warning : loss.Check(next->second))
+          bar.Warn(warning);
         writer->Write(next->first, next->second);
         bar.Update(++summary.frames);
       }

@@ -1,11 +1,14 @@
 #include "command_line.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string_view>
 
 #include "host_error.h"
 #include "host_frames.h"
+#include "message_text.h"
+#include "name_match.h"
 #include "param_text.h"
 
 namespace vitrella::host {
@@ -46,7 +49,7 @@ bool IsHelp(std::string_view arg) {
 PixelFormat ParseFormat(const std::string& text) {
   const std::optional<PixelFormat> format = ParseFormatName(text);
   if (!format) {
-    throw UsageError("unknown format '" + text + "'; use bgra8, argb8, bgra32f or argb32f");
+    throw UsageError("unknown format " + Quoted(text) + "; use bgra8, argb8, bgra32f or argb32f");
   }
   return *format;
 }
@@ -56,7 +59,7 @@ uint16_t ParseFieldMode(const std::string& text) {
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (text.empty() || error != std::errc() || stop != end || value > 0xFFFF) {
-    throw UsageError("bad field mode '" + text + "': expected a number from 0 to 65535");
+    throw UsageError("bad field mode " + Quoted(text) + ": expected a number from 0 to 65535");
   }
   return static_cast<uint16_t>(value);
 }
@@ -66,7 +69,7 @@ double ParsePixelAspect(const std::string& text) {
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (text.empty() || error != std::errc() || stop != end || !std::isfinite(value) || value <= 0) {
-    throw UsageError("bad pixel aspect '" + text + "': expected a positive number");
+    throw UsageError("bad pixel aspect " + Quoted(text) + ": expected a positive number");
   }
   return value;
 }
@@ -74,7 +77,7 @@ double ParsePixelAspect(const std::string& text) {
 // "A-B" or "A-": whole numbers, A not above B.
 FrameRange ParseFrameRange(const std::string& text) {
   const auto bad = [&](const std::string& why) {
-    return UsageError("bad frame range '" + text + "': " + why);
+    return UsageError("bad frame range " + Quoted(text) + ": " + why);
   };
   const size_t dash = text.find('-');
   if (dash == std::string::npos) throw bad("expected A-B or A-, frames counted from 0");
@@ -100,8 +103,8 @@ double ParseRate(const std::string& text) {
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (text.empty() || error != std::errc() || stop != end || !std::isfinite(value) || value <= 0 ||
       value > 1000) {
-    throw UsageError("bad frame rate '" + text +
-                     "': expected frames per second above 0, up to 1000");
+    throw UsageError("bad frame rate " + Quoted(text) +
+                     ": expected frames per second above 0, up to 1000");
   }
   return value;
 }
@@ -109,7 +112,7 @@ double ParseRate(const std::string& text) {
 unsigned ParseThreads(const std::string& text) {
   uint32_t value = 0;
   if (!ParseIndex(text, &value) || value < 1 || value > 256) {
-    throw UsageError("bad thread count '" + text + "': expected a number from 1 to 256");
+    throw UsageError("bad thread count " + Quoted(text) + ": expected a number from 1 to 256");
   }
   return value;
 }
@@ -117,9 +120,22 @@ unsigned ParseThreads(const std::string& text) {
 ParamSetting ParseSetting(const std::string& text) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos) {
-    throw UsageError("bad setting '" + text + "': expected PARAM=VALUE");
+    throw UsageError("bad setting " + Quoted(text) + ": expected PARAM=VALUE");
   }
   return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::string ParseLanguage(const std::string& text) {
+  std::string code = FoldName(text);
+  const std::vector<std::string>& known = KnownLanguages();
+  if (std::find(known.begin(), known.end(), code) == known.end()) {
+    std::string list;
+    for (const std::string& language : known)
+      list += (list.empty() ? "" : ", ") + language;
+    throw UsageError("unknown language " + Quoted(text) + "; the library's dialogs come in " +
+                     list);
+  }
+  return code;
 }
 
 template <typename T>
@@ -146,13 +162,14 @@ bool ReadArguments(ArgumentReader& reader, CommandLine& line, const std::string&
       optionsEnded = true;
     } else if (IsHelp(name)) {
       line.command = Command::kHelp;
+      line.helpTopic = command.substr(0, command.find(' '));
       return false;
     } else if (name == "--language") {
-      SetOnce(line.language, reader.Value(name, inlineValue), name);
+      SetOnce(line.language, ParseLanguage(reader.Value(name, inlineValue)), name);
     } else if (name == "--library") {
       line.library = reader.Value(name, inlineValue);
     } else if (!option(name, inlineValue)) {
-      throw UsageError("unknown option '" + arg + "' for " + command);
+      throw UsageError("unknown option " + Quoted(arg) + " for " + command);
     }
   }
   return true;
@@ -172,6 +189,9 @@ void ParseRender(ArgumentReader& reader, CommandLine& line) {
     } else if (name == "--format") {
       SetOnce(format, reader.Value(name, inlineValue), name);
       render.format = ParseFormat(*format);
+      render.formatGiven = true;
+    } else if (name == "--builtin" && !inlineValue) {
+      render.builtin = true;
     } else if (name == "--bottom-up" && !inlineValue) {
       render.bottomUp = true;
     } else if (name == "--gpu" && !inlineValue) {
@@ -209,8 +229,11 @@ void ParseRender(ArgumentReader& reader, CommandLine& line) {
   }
   if (positional.empty()) throw UsageError("render needs an output file");
   if (positional.size() > 2) {
-    throw UsageError("render takes at most an input and an output file, not '" + positional[2] +
-                     "'");
+    throw UsageError("render takes at most an input and an output file, not " +
+                     Quoted(positional[2]));
+  }
+  if (positional.size() == 2 && render.builtin) {
+    throw UsageError("--builtin renders the built-in picture: give the output file alone");
   }
   if (positional.size() == 2) render.input = positional[0];
   render.output = positional.back();
@@ -223,7 +246,7 @@ void ParsePreset(ArgumentReader& reader, CommandLine& line) {
   const std::string action = reader.Take();
   if (IsHelp(action)) return;
   if (action != "save" && action != "load") {
-    throw UsageError("unknown preset action '" + action + "'; use save or load");
+    throw UsageError("unknown preset action " + Quoted(action) + "; use save or load");
   }
   const bool save = action == "save";
   line.command = save ? Command::kPresetSave : Command::kPresetLoad;
@@ -251,21 +274,45 @@ void ParsePreset(ArgumentReader& reader, CommandLine& line) {
   options.presetFile = positional[0];
 }
 
+// `list [EFFECT [--presets]] [--json]`.
 void ParseList(ArgumentReader& reader, CommandLine& line) {
-  while (!reader.Done()) {
-    const std::string arg = reader.Take();
-    auto [name, inlineValue] = ArgumentReader::Split(arg);
-    if (IsHelp(name)) {
-      line.command = Command::kHelp;
-      return;
-    } else if (name == "--json" && !inlineValue) {
+  std::vector<std::string> positional;
+  const auto option = [&](const std::string& name, const std::optional<std::string>& inlineValue) {
+    if (name == "--json" && !inlineValue) {
       line.json = true;
-    } else if (name == "--library") {
-      line.library = reader.Value(name, inlineValue);
+    } else if (name == "--presets" && !inlineValue) {
+      line.listPresets = true;
     } else {
-      throw UsageError("unknown argument '" + arg + "' for list");
+      return false;
+    }
+    return true;
+  };
+  if (!ReadArguments(reader, line, "list", positional, option)) return;
+  if (line.language) throw UsageError("option --language applies to preset commands and renders");
+  if (positional.size() > 1) {
+    throw UsageError("list takes at most one effect, not " + Quoted(positional[1]));
+  }
+  if (!positional.empty()) line.listEffect = positional[0];
+  if (line.listPresets && !line.listEffect) {
+    throw UsageError(
+        "--presets lists one effect's presets: name the effect, as in "
+        "vitrella list Spotlight --presets");
+  }
+}
+
+// `help [COMMAND]`.
+void ParseHelp(ArgumentReader& reader, CommandLine& line) {
+  line.command = Command::kHelp;
+  if (reader.Done()) return;
+  const std::string topic = reader.Take();
+  if (!reader.Done()) throw UsageError("help takes one command, not " + Quoted(reader.Peek()));
+  for (const char* command : {"list", "render", "preset", "help"}) {
+    if (topic == command) {
+      line.helpTopic = topic == "help" ? "" : topic;
+      return;
     }
   }
+  throw UsageError("no help for " + Quoted(topic) + "; the commands are list, render and preset");
 }
 
 }  // namespace
@@ -278,13 +325,21 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
     const std::string arg = reader.Take();
     auto [name, inlineValue] = ArgumentReader::Split(arg);
     if (IsHelp(name)) return line;
-    if (name != "--library") throw UsageError("unknown option '" + arg + "'");
+    if (name == "--version" && !inlineValue) {
+      line.command = Command::kVersion;
+      continue;
+    }
+    if (name != "--library") throw UsageError("unknown option " + Quoted(arg));
     line.library = reader.Value(name, inlineValue);
+  }
+  if (line.command == Command::kVersion) {
+    if (!reader.Done()) throw UsageError("--version takes no command");
+    return line;
   }
   if (reader.Done()) throw UsageError("no command given");
   const std::string command = reader.Take();
   if (command == "help") {
-    line.command = Command::kHelp;
+    ParseHelp(reader, line);
   } else if (command == "list") {
     line.command = Command::kList;
     ParseList(reader, line);
@@ -294,57 +349,114 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
   } else if (command == "preset") {
     ParsePreset(reader, line);
   } else {
-    throw UsageError("unknown command '" + command + "'");
+    const std::vector<std::string> nearest =
+        NearestNames(command, {"list", "render", "preset", "help"});
+    throw UsageError("unknown command " + Quoted(command) + Suggestion(nearest));
   }
   return line;
 }
 
-std::string UsageText() {
-  return R"(Usage:
-  vitrella [--library PATH] list [--json]
-  vitrella [--library PATH] render --effect NAME|INDEX [options] [INPUT] OUTPUT
-  vitrella [--library PATH] preset save --effect NAME|INDEX [--preset NAME|INDEX]
-                                        [--set PARAM=VALUE ...] [--language CODE] FILE
-  vitrella [--library PATH] preset load --effect NAME|INDEX [--language CODE] FILE
-  vitrella help | --help
+const std::vector<std::string>& KnownLanguages() {
+  static const std::vector<std::string> languages = {"de", "en", "es", "fr", "it", "ja", "pt"};
+  return languages;
+}
+
+std::string CommandOf(const std::vector<std::string>& args) {
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--library") {
+      ++i;  // its value
+    } else if (args[i] == "list" || args[i] == "render" || args[i] == "preset") {
+      return args[i];
+    } else if (!args[i].starts_with('-')) {
+      return "";
+    }
+  }
+  return "";
+}
+
+namespace {
+
+constexpr const char* kOverview =
+    R"(vitrella renders pictures and clips through the effects of the Vitrella library,
+describes the effects, and writes and reads their preset files.
+
+Usage:
+  vitrella [--library PATH] list [EFFECT [--presets]] [--json]
+  vitrella [--library PATH] render --effect EFFECT [options] [INPUT] OUTPUT
+  vitrella [--library PATH] preset save --effect EFFECT [--preset NAME] [--set PARAM=VALUE ...] FILE
+  vitrella [--library PATH] preset load --effect EFFECT FILE
+  vitrella help [COMMAND]
+  vitrella --version
 
 Commands:
-  list        Describe every effect of the library: traits, GPU support, parameters,
-              tooltips and built-in presets. --json prints one JSON document instead.
-  render      Render one picture through an effect. Without INPUT the built-in test
-              picture (1280x720) is used. OUTPUT keeps alpha; PNG is written with 8-bit
-              channels for byte formats and 16-bit channels for float formats.
-              INPUT may also be a clip, rendered frame by frame on several threads into a
-              clip OUTPUT: a video file (.avi, .mp4, .mov, .mkv, ...) or numbered pictures
-              given as a pattern such as frames/%04d.png (first number 0 or 1, up to the
-              first missing one). Videos are written as .avi or .mkv (Motion JPEG) or .mp4,
-              .m4v or .mov (MPEG-4), without alpha; pictures of a pattern OUTPUT carry the
-              numbers of their source frames.
+  list        Describe every effect, or one effect as its panel shows it, or its presets.
+  render      Render a picture or a clip through an effect.
+  preset      Write or read a preset file through the library.
+  help        This text, or one command's: vitrella help render.
 
-  preset save Write a preset file through the library, with the values a render would use
-              (defaults, then --preset, then --set). FILE answers the library's save
-              dialog; a name without an extension gets the effect's own (.fxpzr3d for
-              Edge Smoother).
-  preset load Read a preset file through the library and print its values, what the
-              library showed (dialog title and filter, message boxes) and its result:
-              0 loaded, 1 failed, 2 a preset of another effect.
+Options of every command:
+  --library PATH        the effect library (default: Vitrella3OpenGL64.so beside vitrella)
+  --version             the version of vitrella and of the library it loads
+  --help, -h            help, for the command it follows
+
+Exit status: 0 on success, 1 when the work fails, 2 for a wrong command line, 3 when
+preset load finds a preset of another effect, 130 and 143 when SIGINT or SIGTERM stopped
+the work. Every failure is one line on standard error that starts with "vitrella:".
+)";
+
+constexpr const char* kListHelp =
+    R"(Usage: vitrella [--library PATH] list [EFFECT [--presets]] [--json]
+
+Without EFFECT, describes every effect of the library: traits, GPU support, parameters with
+their defaults, panel places and tooltips, and built-in presets, then which effects take
+the GPU path on this machine.
+
+With EFFECT (a name in any case and spacing, or an index), shows that effect's parameters
+grouped as on its panel, each with its kind, default and range. With --presets, shows its
+presets instead, each with its values by parameter name, in the forms that --set takes.
 
 Options:
-  --library PATH        the effect library (default: Vitrella3OpenGL64.so beside vitrella)
-  --effect NAME|INDEX   the effect, by name (any case) or index
-  --preset NAME|INDEX   start from a built-in preset instead of the defaults
-  --set PARAM=VALUE     set one parameter; repeatable, applied after the preset.
-                        PARAM is an index or a label (any case, or the start of one label)
-  --format FORMAT       frame format handed to the effect: bgra8 (default), argb8,
-                        bgra32f, argb32f
+  --presets             one effect's presets and their values
+  --json                one JSON document instead of text; each parameter carries its group
+)";
+
+constexpr const char* kRenderHelp =
+    R"(Usage: vitrella [--library PATH] render --effect EFFECT [options] [INPUT] OUTPUT
+
+Renders one picture through an effect. Without INPUT the built-in test picture (1280x720)
+is rendered; a single file that exists is refused as OUTPUT unless --builtin is given, so
+that a picture meant as the input is never overwritten. INPUT is never overwritten: an
+OUTPUT that names it is refused. OUTPUT is written beside its final name and renamed when
+complete, so an existing file is replaced whole or not at all.
+
+Pictures: PNG, JPEG, TIFF, WebP, BMP, EXR and the other formats OpenCV reads. A damaged or
+truncated picture fails. Pictures with 16-bit or float channels render in float unless
+--format is given. PNG and TIFF keep 16 bits of float results, EXR keeps floats whole;
+other formats keep 8 bits. PNG, TIFF, WebP and EXR keep alpha. When OUTPUT cannot hold
+what the effect made (alpha, deep channels, values beyond 0..1), a warning says so.
+
+Clips: INPUT may be a video file (.avi, .mp4, .mov, .mkv, ...) or numbered pictures given
+as a pattern such as frames/%04d.png (first number 0 or 1, up to the first missing one).
+It renders frame by frame on several threads into a clip OUTPUT: a video, written as .avi
+or .mkv (Motion JPEG) or .mp4, .m4v or .mov (MPEG-4), without alpha, or a pattern, whose
+pictures carry the numbers of their source frames. SIGINT or SIGTERM stops the render and
+removes what it wrote.
+
+Options:
+  --effect EFFECT       the effect, by name (any case and spacing) or index
+  --preset NAME         start from a built-in preset (by name or index)
+  --preset-file FILE    start from the values of a preset file
+  --set PARAM=VALUE     set one parameter; repeatable, applied after the preset
+  --builtin             render the built-in picture; the one file given is the output
+  --format FORMAT       frame format handed to the effect: bgra8, argb8, bgra32f, argb32f
+                        (default: bgra8, or bgra32f for inputs deeper than 8 bits)
   --bottom-up           hand the frame over bottom row first (flipped clear)
   --gpu                 render a picture through the effect's GPU path, on an OpenGL
                         context of EGL (surfaceless Mesa without a GPU)
   --field-mode N        field mode of the render, 0 to 65535 (default 3, a whole frame)
   --pixel-aspect X      pixel aspect ratio, marked valid for the effect
-  --preset-file FILE    start from the values of a preset file instead of the defaults
-  --language CODE       the library's dialogs in this language (de, fr, es, it, pt, ja,
-                        en); preset commands and renders with --preset-file
+  --language CODE       the library's dialogs in this language, for --preset-file: de, en,
+                        es, fr, it, ja or pt (message boxes stay in English)
 
 Options for clips:
   --frames A-B          render frames A to B of the clip, counted from 0; A- to the end
@@ -355,17 +467,53 @@ Options for clips:
                         that reads them then renders the frames in order on one thread
   --quiet               no progress bar and no summary line on standard error
 
-Values by parameter kind:
-  slider  a fraction from 0 to 1 of the shown range      Strength=0.5
-  point   x,y as fractions of the frame, y from the top  Centre=0.5,0.4
-  color   #RRGGBB                                        Tint=#FF8000
-  check   on or off                                      "Show changed pixels=on"
-  choice  the entry's text or its index                  Mode=Screen
-  group   takes no value
+Parameters: PARAM is an index, a label, or a label under its group, as the panel shows
+them: Strength, "Show changed pixels", Background/Tint, Spotlight/Blur. Names match in any
+case and spacing, and a label may be shortened to its start where that is unambiguous.
+Where two parameters share a name, the value's form tells them apart (Background/Tint is
+a colour with #RRGGBB and a slider with a number). vitrella list EFFECT shows the names.
 
-Exit status: 0 on success, 1 when the work fails, 2 for a wrong command line, 3 when
-preset load finds a preset of another effect.
+Values by parameter kind:
+  slider  a fraction from 0 to 1 of the shown range         Strength=0.5
+          or the value the panel shows, marked with % or a  Size=50%  Brightness=+20
+          sign (+ or -)
+  point   x,y as fractions of the frame, y from the top     Center=0.5,0.4
+  color   #RRGGBB                                           Tint=#FF8000
+  check   on or off                                         "Show changed pixels=on"
+  choice  the entry's text (any case) or its index          "Border Fill=Zoom"
+  group   takes no value
 )";
+
+constexpr const char* kPresetHelp =
+    R"(Usage: vitrella [--library PATH] preset save --effect EFFECT [--preset NAME]
+                                      [--set PARAM=VALUE ...] [--language CODE] FILE
+       vitrella [--library PATH] preset load --effect EFFECT [--language CODE] FILE
+
+preset save writes a preset file through the library, with the values a render would use
+(defaults, then --preset, then --set; see vitrella help render for the forms). FILE answers
+the library's save dialog; a name without an extension gets the effect's own (.fxpzr3d for
+Edge Smoother). An existing file that is not a preset file is never replaced.
+
+preset load reads a preset file through the library and prints its values, what the
+library showed (dialog title and filter, message boxes) and its result: 0 loaded, 1 failed,
+2 a preset of another effect. A failure also gives one line on standard error with the
+reason.
+
+Options:
+  --effect EFFECT       the effect, by name (any case and spacing) or index
+  --preset NAME         save: start from a built-in preset
+  --set PARAM=VALUE     save: set one parameter; repeatable
+  --language CODE       the library's dialogs in this language: de, en, es, fr, it, ja or
+                        pt (message boxes stay in English)
+)";
+
+}  // namespace
+
+std::string UsageText(const std::string& topic) {
+  if (topic == "list") return kListHelp;
+  if (topic == "render") return kRenderHelp;
+  if (topic == "preset") return kPresetHelp;
+  return kOverview;
 }
 
 }  // namespace vitrella::host

@@ -10,7 +10,7 @@
 
 namespace vitrella::host {
 
-enum class Command { kHelp, kList, kRender, kPresetSave, kPresetLoad };
+enum class Command { kHelp, kVersion, kList, kRender, kPresetSave, kPresetLoad };
 
 struct ParamSetting {
   std::string param;  // index or label, resolved against the effect later
@@ -28,11 +28,14 @@ struct RenderOptions {
   std::optional<std::string> preset;
   std::vector<ParamSetting> settings;  // in the order given; a later one wins
   PixelFormat format = PixelFormat8BGRA;
+  // --format was given; otherwise a picture or clip of deeper channels renders in float.
+  bool formatGiven = false;
   bool bottomUp = false;
   bool gpu = false;  // through the effect's GPU path on an EGL context
   uint16_t fieldMode = kFieldModeFrame;
   std::optional<double> pixelAspect;
   std::optional<std::string> input;  // the built-in picture when absent
+  bool builtin = false;              // --builtin: the one file named is the output
   std::string output;
   // For clips only.
   std::optional<FrameRange> frames;  // the whole clip when absent
@@ -48,7 +51,12 @@ struct RenderOptions {
 struct CommandLine {
   Command command = Command::kHelp;
   std::string library;  // empty: the library beside the executable
-  bool json = false;    // list
+  // help: the command asked about ("render", "list", "preset"); empty for all of them.
+  std::string helpTopic;
+  // list: one effect instead of all, and its presets with their values.
+  std::optional<std::string> listEffect;
+  bool listPresets = false;
+  bool json = false;
   // The library's dialogs in this language.
   std::optional<std::string> language;
   RenderOptions render;
@@ -57,6 +65,13 @@ struct CommandLine {
 // args excludes the program name. Throws UsageError with a one-line reason.
 CommandLine ParseCommandLine(const std::vector<std::string>& args);
 
-std::string UsageText();
+// The language codes of the library's dialogs.
+const std::vector<std::string>& KnownLanguages();
+
+// The overview of every command, or one command's help ("list", "render", "preset").
+std::string UsageText(const std::string& topic = "");
+
+// The command that args name, if any, for the hint after a usage error.
+std::string CommandOf(const std::vector<std::string>& args);
 
 }  // namespace vitrella::host

@@ -1,6 +1,8 @@
 #include "effect_catalog.h"
 
 #include "host_error.h"
+#include "message_text.h"
+#include "name_match.h"
 #include "param_text.h"
 
 namespace vitrella::host {
@@ -93,23 +95,29 @@ FoundEffect FindEffect(IEffectLibrary& library, std::string_view key) {
   uint32_t index = 0;
   if (ParseIndex(key, &index)) {
     ComRef<IVideoEffect> effect(library.CreateEffect(index));
-    if (!effect) throw UsageError("no effect at index " + std::string(key));
+    if (!effect)
+      throw UsageError("no effect at index " + std::string(key) + "; vitrella list shows them");
     std::string name = EffectName(*effect);
     return {index, std::move(name), std::move(effect)};
   }
   FoundEffect found;
-  std::string known;
+  std::vector<std::string> known;
   ForEachEffect(library, [&](uint32_t i, IVideoEffect& effect) {
     const std::string name = EffectName(effect);
-    known += (known.empty() ? "" : ", ") + name;
-    if (!found.effect && EqualsIgnoreCase(name, key)) {
+    known.push_back(name);
+    if (!found.effect && NamesMatch(name, key)) {
       effect.AddRef();
       found = {i, name, ComRef<IVideoEffect>(&effect)};
     }
   });
   if (!found.effect) {
-    throw UsageError("unknown effect '" + std::string(key) + "'; the library has " +
-                     (known.empty() ? std::string("none") : known));
+    const std::vector<std::string> nearest = NearestNames(key, known);
+    std::string list;
+    for (const std::string& name : known)
+      list += (list.empty() ? "" : ", ") + name;
+    throw UsageError("unknown effect " + Quoted(key) +
+                     (nearest.empty() ? "; the library has " + (list.empty() ? "none" : list)
+                                      : Suggestion(nearest)));
   }
   return found;
 }

@@ -3,6 +3,7 @@
 #include "catalog_json.h"
 #include "catalog_text.h"
 #include "effect_catalog.h"
+#include "effect_panel.h"
 #include "gpu_render.h"
 #include "library_loader.h"
 
@@ -31,10 +32,34 @@ void WriteGpuAcceptance(const LibraryLoader& loader, std::ostream& out) {
   out << (accepted.empty() ? " no effect accepts it" : accepted) << "\n";
 }
 
+// `list EFFECT`: one effect, as its panel or its presets.
+void ListOneEffect(const LibraryLoader& loader, const CommandLine& line, std::ostream& out) {
+  EffectDescription effect;
+  std::string libraryName;
+  {
+    ComRef<IEffectLibrary> library = loader.CreateLibrary();
+    const char* name = library->GetLibraryName();
+    libraryName = name != nullptr ? name : "";
+    FoundEffect found = FindEffect(*library, *line.listEffect);
+    effect = DescribeEffect(found.index, *found.effect);
+  }
+  if (line.json) {
+    WriteCatalogJson(libraryName, {effect}, out);
+  } else if (line.listPresets) {
+    WriteEffectPresets(effect, out);
+  } else {
+    WriteEffectPanel(effect, out);
+  }
+}
+
 }  // namespace
 
 void RunList(const CommandLine& line, std::ostream& out) {
   const LibraryLoader loader(line.library.empty() ? DefaultLibraryPath() : line.library);
+  if (line.listEffect) {
+    ListOneEffect(loader, line, out);
+    return;
+  }
   std::vector<EffectDescription> effects;
   std::string libraryName;
   {

@@ -10,7 +10,9 @@
 #include "command_line.h"
 #include "host_error.h"
 #include "interruption.h"
+#include "library_loader.h"
 #include "list_command.h"
+#include "message_text.h"
 #include "preset_command.h"
 #include "render_command.h"
 
@@ -19,15 +21,19 @@ namespace {
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
 
-// Messages from libraries below may span lines; the user gets exactly one.
-std::string OneLine(const char* message) {
-  std::string line = message;
-  for (char& c : line) {
-    if (c == '\n' || c == '\r') c = ' ';
+// Says what it could not load instead of failing: --version is asked when things go wrong.
+void PrintVersion(const vitrella::host::CommandLine& line, std::ostream& out) {
+  using namespace vitrella::host;
+  out << "vitrella " << VITRELLA_VERSION << "\n";
+  const std::string path = line.library.empty() ? DefaultLibraryPath() : line.library;
+  try {
+    const LibraryLoader loader(path);
+    ComRef<vitrella::IEffectLibrary> library = loader.CreateLibrary();
+    const char* name = library->GetLibraryName();
+    out << "library " << path << ": " << (name != nullptr ? name : "(no name)") << "\n";
+  } catch (const HostError& error) {
+    out << "library " << path << ": not loaded (" << OneLine(error.what()) << ")\n";
   }
-  while (!line.empty() && line.back() == ' ')
-    line.pop_back();
-  return line;
 }
 
 int Run(const std::vector<std::string>& args) {
@@ -36,7 +42,10 @@ int Run(const std::vector<std::string>& args) {
   int status = 0;
   switch (line.command) {
     case Command::kHelp:
-      std::cout << UsageText();
+      std::cout << UsageText(line.helpTopic);
+      break;
+    case Command::kVersion:
+      PrintVersion(line, std::cout);
       break;
     case Command::kList:
       RunList(line, std::cout);
@@ -70,13 +79,15 @@ int main(int argc, char** argv) {
     std::cerr << "vitrella: " << error.what() << "\n";
     return 128 + error.signal();
   } catch (const vitrella::host::UsageError& error) {
-    std::cerr << "vitrella: " << OneLine(error.what()) << " (see vitrella --help)\n";
+    const std::string command = vitrella::host::CommandOf(args);
+    std::cerr << "vitrella: " << vitrella::host::OneLine(error.what()) << " (see vitrella help"
+              << (command.empty() ? "" : " " + command) << ")\n";
     return kUsage;
   } catch (const vitrella::host::HostError& error) {
-    std::cerr << "vitrella: " << OneLine(error.what()) << "\n";
+    std::cerr << "vitrella: " << vitrella::host::OneLine(error.what()) << "\n";
     return kFailure;
   } catch (const std::exception& error) {
-    std::cerr << "vitrella: " << OneLine(error.what()) << "\n";
+    std::cerr << "vitrella: " << vitrella::host::OneLine(error.what()) << "\n";
     return kFailure;
   }
 }

@@ -5,8 +5,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "host_error.h"
+#include "message_text.h"
+#include "name_match.h"
 
 namespace vitrella::host {
 namespace {
@@ -17,10 +20,6 @@ std::string BoundedText(const char* field, size_t bytes) {
 
 char Lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool StartsWithIgnoreCase(std::string_view text, std::string_view prefix) {
-  return text.size() >= prefix.size() && EqualsIgnoreCase(text.substr(0, prefix.size()), prefix);
 }
 
 bool ParseFloat(std::string_view text, float* value) {
@@ -37,30 +36,37 @@ int HexDigit(char c) {
   return -1;
 }
 
-[[noreturn]] void BadValue(const ParamInfo& info, uint32_t index, std::string_view text,
-                           std::string_view expected) {
-  throw UsageError("bad value '" + std::string(text) + "' for parameter " + std::to_string(index) +
-                   " '" + ParamLabel(info) + "' (" + std::string(KindName(info.kind)) +
-                   "): expected " + std::string(expected));
+// The panel's form of a slider value carries a mark: a sign or a percent sign.
+bool IsShownValue(std::string_view text) {
+  return !text.empty() && (text.front() == '+' || text.front() == '-' || text.back() == '%');
 }
 
-std::string Candidates(const std::vector<ParamInfo>& params, const std::vector<uint32_t>& found) {
-  std::string list;
-  for (uint32_t index : found) {
-    if (!list.empty()) list += ", ";
-    list += std::to_string(index) + " '" + ParamLabel(params[index]) + "'";
-  }
-  return list;
+bool ParseDouble(std::string_view text, double* value) {
+  if (text.empty()) return false;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, *value);
+  return error == std::errc() && stop == end && std::isfinite(*value);
 }
 
-// The non-group records whose label passes `matches`.
-template <typename Match>
-std::vector<uint32_t> MatchLabels(const std::vector<ParamInfo>& params, Match matches) {
-  std::vector<uint32_t> found;
-  for (uint32_t i = 0; i < params.size(); ++i) {
-    if (params[i].kind != ParamGroup && matches(ParamLabel(params[i]))) found.push_back(i);
+// "+20", "-15", "50%" or "+20%" in the shown range, as a fraction of it.
+std::optional<float> ShownToFraction(const ParamInfo& info, std::string_view text) {
+  if (text.back() == '%') text.remove_suffix(1);
+  const bool plus = !text.empty() && text.front() == '+';
+  if (plus) text.remove_prefix(1);
+  double shown = 0;
+  if (!ParseDouble(text, &shown) || (plus && text.front() == '-')) return std::nullopt;
+  const double minimum = info.minimum;
+  const double maximum = info.slider.maximum;
+  if (!(shown >= std::min(minimum, maximum) && shown <= std::max(minimum, maximum))) {
+    return std::nullopt;
   }
-  return found;
+  return maximum == minimum ? 0.0f : static_cast<float>((shown - minimum) / (maximum - minimum));
+}
+
+[[noreturn]] void BadValue(const ParamInfo& info, uint32_t index, std::string_view text) {
+  throw UsageError("bad value " + Quoted(text) + " for parameter " + std::to_string(index) + " " +
+                   Quoted(ParamLabel(info)) + " (" + std::string(KindName(info.kind)) +
+                   "): expected " + ExpectedForm(info));
 }
 
 }  // namespace
@@ -124,6 +130,50 @@ std::string FormatShown(double shown) {
   return result;
 }
 
+std::string FormatSliderShown(const ParamInfo& info, float fraction) {
+  const double shown = ShownSliderValue(info, fraction);
+  const bool percent = info.minimum == 0.0f && info.slider.maximum == 100.0f;
+  // The fewest decimals that read back as the same fraction.
+  std::string number;
+  for (int decimals = 0; decimals <= 9; ++decimals) {
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.*f", decimals, shown);
+    number = text;
+    if (number == "-0") number = "0";
+    const std::string marked =
+        percent ? number + "%" : (number.front() == '-' ? number : "+" + number);
+    const std::optional<float> back = ShownToFraction(info, marked);
+    if (back && *back == fraction) return marked;
+  }
+  return percent ? number + "%" : (number.front() == '-' ? number : "+" + number);
+}
+
+std::string ExpectedForm(const ParamInfo& info) {
+  switch (info.kind) {
+    case ParamPoint:
+      return "two numbers x,y";
+    case ParamChoice: {
+      const std::vector<std::string> texts = ChoiceTexts(info);
+      if (texts.empty()) return "an entry, but the list is empty";
+      std::string expected = "one of";
+      for (size_t i = 0; i < texts.size(); ++i) {
+        expected += (i == 0 ? " '" : ", '") + texts[i] + "'";
+      }
+      return expected + " or an index below " + std::to_string(texts.size());
+    }
+    case ParamSlider:
+      return "a fraction from 0 to 1, or the panel's value from " + FormatShown(info.minimum) +
+             " to " + FormatShown(info.slider.maximum) + " marked with a sign or % (as in " +
+             FormatSliderShown(info, 0.6f) + ")";
+    case ParamColor:
+      return "#RRGGBB";
+    case ParamCheck:
+      return "on or off";
+    default:
+      return "no value";
+  }
+}
+
 std::string ColorText(uint32_t word) {
   char text[8];
   std::snprintf(text, sizeof(text), "#%02X%02X%02X", word & 0xFF, (word >> 8) & 0xFF,
@@ -161,7 +211,7 @@ ParamValue ParseValue(const ParamInfo& info, uint32_t index, std::string_view te
       const size_t comma = text.find(',');
       if (comma == std::string_view::npos || !ParseFloat(text.substr(0, comma), &value.point[0]) ||
           !ParseFloat(text.substr(comma + 1), &value.point[1])) {
-        BadValue(info, index, text, "two numbers x,y");
+        BadValue(info, index, text);
       }
       return value;
     }
@@ -170,7 +220,7 @@ ParamValue ParseValue(const ParamInfo& info, uint32_t index, std::string_view te
       // An entry's own text comes first, so that entries that read like numbers keep
       // their meaning.
       for (size_t i = 0; i < texts.size(); ++i) {
-        if (EqualsIgnoreCase(texts[i], text)) {
+        if (NamesMatch(texts[i], text)) {
           value.choice = static_cast<int32_t>(i);
           return value;
         }
@@ -180,25 +230,24 @@ ParamValue ParseValue(const ParamInfo& info, uint32_t index, std::string_view te
         value.choice = static_cast<int32_t>(entry);
         return value;
       }
-      std::string expected = "one of";
-      for (size_t i = 0; i < texts.size(); ++i) {
-        expected += (i == 0 ? " '" : ", '") + texts[i] + "'";
-      }
-      BadValue(info, index, text,
-               texts.empty() ? "an entry, but the list is empty"
-                             : expected + " or an index below " + std::to_string(texts.size()));
+      BadValue(info, index, text);
     }
-    case ParamSlider:
-      if (!ParseFloat(text, &value.slider) || value.slider < 0.0f || value.slider > 1.0f) {
-        BadValue(info, index, text, "a fraction from 0 to 1");
+    case ParamSlider: {
+      if (IsShownValue(text)) {
+        const std::optional<float> fraction = ShownToFraction(info, text);
+        if (!fraction) BadValue(info, index, text);
+        value.slider = *fraction;
+      } else if (!ParseFloat(text, &value.slider) || value.slider < 0.0f || value.slider > 1.0f) {
+        BadValue(info, index, text);
       }
       return value;
+    }
     case ParamColor: {
-      if (text.size() != 7 || text[0] != '#') BadValue(info, index, text, "#RRGGBB");
+      if (text.size() != 7 || text[0] != '#') BadValue(info, index, text);
       uint32_t rgb = 0;
       for (size_t i = 1; i < 7; ++i) {
         const int digit = HexDigit(text[i]);
-        if (digit < 0) BadValue(info, index, text, "#RRGGBB");
+        if (digit < 0) BadValue(info, index, text);
         rgb = rgb << 4 | static_cast<uint32_t>(digit);
       }
       // #RRGGBB reads red first; the word keeps red in its low byte.
@@ -215,7 +264,7 @@ ParamValue ParseValue(const ParamInfo& info, uint32_t index, std::string_view te
       for (std::string_view off : {"off", "false", "no", "0"}) {
         if (EqualsIgnoreCase(text, off)) return value;
       }
-      BadValue(info, index, text, "on or off");
+      BadValue(info, index, text);
     case ParamGroup:
       throw UsageError("parameter " + std::to_string(index) + " '" + ParamLabel(info) +
                        "' is a group and takes no value");
@@ -223,37 +272,6 @@ ParamValue ParseValue(const ParamInfo& info, uint32_t index, std::string_view te
       throw UsageError("parameter " + std::to_string(index) + " '" + ParamLabel(info) +
                        "' has the unknown kind " + std::to_string(info.kind));
   }
-}
-
-uint32_t ResolveParam(const std::vector<ParamInfo>& params, std::string_view key) {
-  if (key.empty()) throw UsageError("a parameter is missing before '='");
-  uint32_t index = 0;
-  if (ParseIndex(key, &index)) {
-    if (index >= params.size()) {
-      throw UsageError("no parameter " + std::string(key) + ": the effect has " +
-                       std::to_string(params.size()) + " parameter records");
-    }
-    return index;
-  }
-  std::vector<uint32_t> found =
-      MatchLabels(params, [&](const std::string& label) { return EqualsIgnoreCase(label, key); });
-  if (found.empty()) {
-    found = MatchLabels(params,
-                        [&](const std::string& label) { return StartsWithIgnoreCase(label, key); });
-  }
-  if (found.size() == 1) return found[0];
-  if (found.size() > 1) {
-    throw UsageError("parameter '" + std::string(key) + "' is ambiguous: it matches " +
-                     Candidates(params, found) + "; give the index");
-  }
-  for (uint32_t i = 0; i < params.size(); ++i) {
-    if (params[i].kind == ParamGroup && EqualsIgnoreCase(ParamLabel(params[i]), key)) {
-      throw UsageError("'" + std::string(key) + "' is a group and takes no value");
-    }
-  }
-  std::vector<uint32_t> all = MatchLabels(params, [](const std::string&) { return true; });
-  throw UsageError("unknown parameter '" + std::string(key) + "'; the effect has " +
-                   (all.empty() ? std::string("none") : Candidates(params, all)));
 }
 
 bool EqualsIgnoreCase(std::string_view a, std::string_view b) {

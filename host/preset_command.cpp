@@ -1,12 +1,20 @@
 #include "preset_command.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 
 #include "com_ref.h"
 #include "host_error.h"
 #include "library_loader.h"
+#include "message_text.h"
+#include "name_match.h"
+#include "param_names.h"
 #include "param_text.h"
 #include "render_command.h"
 #include "scripted_ui.h"
@@ -100,10 +108,59 @@ std::string PresetName(IVideoEffect& effect, const RenderOptions& options) {
     uint32_t index = 0;
     if (ParseIndex(*options.preset, &index) && index < names.size()) return names[index];
     for (const std::string& name : names) {
-      if (EqualsIgnoreCase(name, *options.preset)) return name;
+      if (NamesMatch(name, *options.preset)) return name;
     }
   }
   return std::filesystem::path(options.presetFile.value_or("")).stem().string();
+}
+
+std::string Lowered(std::string reason) {
+  if (!reason.empty() && reason[0] >= 'A' && reason[0] <= 'Z') reason[0] += 'a' - 'A';
+  return reason;
+}
+
+// Why the file cannot be read, in the system's words, when that shows beforehand: the
+// library's box says only that it could not open it.
+std::string ReadProblem(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) return "it is a directory";
+  if (access(path.c_str(), R_OK) != 0) {
+    return errno == ENOENT ? "no such file" : Lowered(std::strerror(errno));
+  }
+  return "";
+}
+
+std::string WriteProblem(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) return "it is a directory";
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  const std::string where = folder.empty() ? "." : folder.string();
+  if (!std::filesystem::is_directory(where, error))
+    return "the folder " + where + " does not exist";
+  if (access(where.c_str(), W_OK) != 0) return "the folder " + where + " is not writable";
+  if (access(path.c_str(), F_OK) == 0 && access(path.c_str(), W_OK) != 0) {
+    return Lowered(std::strerror(errno));
+  }
+  return "";
+}
+
+// A preset file is XML with a Preset element near its start.
+bool LooksLikePreset(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string head(1024, '\0');
+  file.read(head.data(), static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<size_t>(file.gcount()));
+  return head.find("<Preset") != std::string::npos;
+}
+
+// "REASON; the library said TITLE: TEXT", or the library's words alone.
+std::string FailureText(const std::string& reason, const std::vector<ShownItem>& shown) {
+  const std::string box = "the library said \"" + OneLine(BoxText(shown)) + "\"";
+  return reason.empty() ? box : reason + "; " + box;
+}
+
+void ReportFailure(const std::string& message) {
+  std::cerr << "vitrella: " << OneLine(message) << "\n";
 }
 
 int ExitStatus(int32_t result) {
@@ -129,6 +186,14 @@ int RunPresetSave(const CommandLine& line, std::ostream& out) {
     record.params[i].value = values[i];
   }
 
+  // The library writes whatever name it is given: a photograph named by mistake must not
+  // become a preset file.
+  std::error_code error;
+  if (std::filesystem::is_regular_file(*options.presetFile, error) &&
+      !LooksLikePreset(*options.presetFile)) {
+    throw HostError("will not save over " + Quoted(*options.presetFile) +
+                    ": it exists and is not a preset file");
+  }
   const ComRef<IPresetSaver> saver = MakeSaver(*library);
   int32_t result = kPresetFailed;
   std::vector<ShownItem> shown;
@@ -147,7 +212,11 @@ int RunPresetSave(const CommandLine& line, std::ostream& out) {
   }
   PrintShown(shown, true, out);
   out << "result: " << result << "\n";
-  return result == kPresetDone ? 0 : kPresetLoadFailed;
+  if (result == kPresetDone) return 0;
+  out.flush();
+  ReportFailure("cannot save the preset file " + *options.presetFile + ": " +
+                FailureText(WriteProblem(*options.presetFile), shown));
+  return kPresetLoadFailed;
 }
 
 int RunPresetLoad(const CommandLine& line, std::ostream& out) {
@@ -169,6 +238,16 @@ int RunPresetLoad(const CommandLine& line, std::ostream& out) {
   }
   PrintShown(call.shown, true, out);
   out << "result: " << call.result << "\n";
+  const std::string& path = *line.render.presetFile;
+  if (call.result == kPresetOtherEffect) {
+    out.flush();
+    ReportFailure("the preset file " + path + " holds a preset of another effect (" +
+                  FieldText(call.record.effectName) + "): " + FailureText("", call.shown));
+  } else if (call.result != kPresetDone) {
+    out.flush();
+    ReportFailure("cannot load the preset file " + path + ": " +
+                  FailureText(ReadProblem(path), call.shown));
+  }
   return ExitStatus(call.result);
 }
 
@@ -177,8 +256,12 @@ std::vector<ParamValue> PresetFileValues(IEffectLibrary& library, FoundEffect& f
                                          const std::optional<std::string>& language) {
   const PresetCall call = Load(library, found.index, *options.presetFile, language);
   if (call.result != kPresetDone) {
+    const std::string reason =
+        call.result == kPresetOtherEffect
+            ? "it holds a preset of another effect (" + FieldText(call.record.effectName) + ")"
+            : ReadProblem(*options.presetFile);
     throw HostError("cannot start from the preset file " + *options.presetFile + ": " +
-                    BoxText(call.shown));
+                    FailureText(reason, call.shown));
   }
   // A preset that loaded has an entry of the right kind for every parameter.
   const std::vector<ParamInfo> params = ReadParams(*found.effect);
@@ -188,8 +271,8 @@ std::vector<ParamValue> PresetFileValues(IEffectLibrary& library, FoundEffect& f
     values.push_back(inFile ? call.record.params[i].value : params[i].defaultValue);
   }
   for (const ParamSetting& setting : options.settings) {
-    const uint32_t index = ResolveParam(params, setting.param);
-    values[index] = ParseValue(params[index], index, setting.value);
+    const ParamSettingValue resolved = ResolveSetting(params, setting.param, setting.value);
+    values[resolved.index] = resolved.value;
   }
   return values;
 }

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "message_text.h"
+
 namespace vitrella::host {
 namespace {
 
@@ -48,6 +50,14 @@ void ProgressBar::Update(int64_t done) {
   if (now - lastDrawn_ < kRedrawEvery && done != total_.value_or(-1)) return;
   lastDrawn_ = now;
   Draw(ProgressText(done, total_, std::chrono::duration<double>(now - start_).count()));
+}
+
+void ProgressBar::Warn(std::string_view warning) {
+  if (terminal_ >= 0) {
+    Draw("");
+    lastDrawn_ = start_ - kRedrawEvery;
+  }
+  host::Warn(warning);
 }
 
 void ProgressBar::Draw(const std::string& text) const {

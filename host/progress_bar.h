@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vitrella::host {
 
@@ -20,6 +21,8 @@ class ProgressBar {
   ~ProgressBar();
 
   void Update(int64_t done);
+  // A warning on a line of its own; the bar comes back at the next update.
+  void Warn(std::string_view warning);
 
  private:
   void Draw(const std::string& text) const;

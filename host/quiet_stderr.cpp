@@ -47,4 +47,16 @@ QuietStderr::~QuietStderr() {
   shared.saved = -1;
 }
 
+void WriteToStderr(std::string_view text) {
+  Redirection& shared = SharedRedirection();
+  const std::lock_guard lock(shared.mutex);
+  std::fflush(stderr);
+  const int target = shared.saved >= 0 ? shared.saved : STDERR_FILENO;
+  while (!text.empty()) {
+    const ssize_t written = write(target, text.data(), text.size());
+    if (written <= 0) return;  // a closed standard error loses the line, nothing else
+    text.remove_prefix(static_cast<size_t>(written));
+  }
+}
+
 }  // namespace vitrella::host

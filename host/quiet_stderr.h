@@ -1,6 +1,8 @@
 // Keeps libraries quiet on standard error for a while.
 #pragma once
 
+#include <string_view>
+
 namespace vitrella::host {
 
 // Image codecs print their own complaints about damaged files straight to standard
@@ -13,5 +15,9 @@ class QuietStderr {
   QuietStderr& operator=(const QuietStderr&) = delete;
   ~QuietStderr();
 };
+
+// Writes to the real standard error, even while some thread holds it quiet: for the
+// host's own lines during a clip's render.
+void WriteToStderr(std::string_view text);
 
 }  // namespace vitrella::host

@@ -13,9 +13,14 @@
 #include "host_error.h"
 #include "host_frames.h"
 #include "library_loader.h"
+#include "message_text.h"
+#include "name_match.h"
+#include "output_loss.h"
+#include "param_names.h"
 #include "param_text.h"
 #include "picture_io.h"
 #include "preset_command.h"
+#include "vitrella/pixel_format.h"
 
 namespace vitrella::host {
 namespace {
@@ -27,17 +32,44 @@ uint32_t FindPreset(IVideoEffect& effect, const std::string& effectName, const s
   uint32_t index = 0;
   if (ParseIndex(key, &index) && index < names.size()) return index;
   for (uint32_t i = 0; i < names.size(); ++i) {
-    if (EqualsIgnoreCase(names[i], key)) return i;
+    if (NamesMatch(names[i], key)) return i;
   }
-  std::string known;
-  for (const std::string& name : names)
-    known += (known.empty() ? "'" : ", '") + name + "'";
-  throw UsageError("unknown preset '" + key + "' for " + effectName + "; " +
-                   (known.empty() ? "it has no presets" : "presets: " + known));
+  if (names.empty()) throw UsageError(effectName + " has no presets");
+  const std::vector<std::string> nearest = NearestNames(key, names);
+  throw UsageError("unknown preset " + Quoted(key) + " for " + effectName +
+                   (nearest.empty() ? "; vitrella list '" + effectName + "' --presets shows them"
+                                    : Suggestion(nearest)));
 }
 
 // A clip renders into a clip and a picture into a picture; the clip options belong to
 // clips alone. Returns whether this render is a clip's.
+// Both names lead to one file, or would: a render never writes over its own input.
+bool SameFile(const std::string& a, const std::string& b) {
+  std::error_code error;
+  if (std::filesystem::exists(a, error) && std::filesystem::exists(b, error)) {
+    return std::filesystem::equivalent(a, b, error);
+  }
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(a), error) ==
+         std::filesystem::weakly_canonical(std::filesystem::absolute(b), error);
+}
+
+// A lone file that exists is far more likely a picture meant as the input than an output
+// to replace: only --builtin says otherwise.
+void CheckFiles(const RenderOptions& options) {
+  std::error_code error;
+  if (!options.input && !options.builtin && std::filesystem::exists(options.output, error)) {
+    throw UsageError(Quoted(options.output) +
+                     " exists, and a render with one file writes the built-in picture to it: "
+                     "name the output too (render ... INPUT OUTPUT), or add --builtin to "
+                     "replace it with the built-in picture");
+  }
+  if (options.input && SameFile(*options.input, options.output)) {
+    throw UsageError("the output " + Quoted(options.output) +
+                     " is the input: a render never writes over its own input; name another "
+                     "output");
+  }
+}
+
 bool IsClipRender(const RenderOptions& options) {
   const bool clipIn = options.input && IsClipName(*options.input);
   const bool clipOut = IsClipName(options.output);
@@ -49,12 +81,6 @@ bool IsClipRender(const RenderOptions& options) {
     throw UsageError(
         std::string(options.input ? "the picture " + *options.input : "the built-in picture") +
         " renders into a picture file, not into the clip " + options.output);
-  }
-  if (clipIn && ParseFramePattern(options.output) &&
-      std::filesystem::absolute(*options.input).lexically_normal() ==
-          std::filesystem::absolute(options.output).lexically_normal()) {
-    // Earlier frames may still be read from the clip while later ones are written.
-    throw UsageError("the clip " + options.output + " cannot be rendered over itself");
   }
   if (!clipIn) {
     const char* clipOption = options.frames         ? "--frames"
@@ -73,6 +99,11 @@ bool IsClipRender(const RenderOptions& options) {
 }
 
 }  // namespace
+
+PixelFormat FormatFor(const RenderOptions& options, int depth) {
+  if (options.formatGiven || depth == CV_8U) return options.format;
+  return PixelFormat32FBGRA;
+}
 
 RenderInfo MakeRenderInfo(const RenderOptions& options, int32_t frameNumber, double frameRate) {
   RenderInfo info{};
@@ -101,14 +132,15 @@ std::vector<ParamValue> ChooseValues(IVideoEffect& effect, const std::vector<Par
     }
   }
   for (const ParamSetting& setting : options.settings) {
-    const uint32_t index = ResolveParam(params, setting.param);
-    values[index] = ParseValue(params[index], index, setting.value);
+    const ParamSettingValue resolved = ResolveSetting(params, setting.param, setting.value);
+    values[resolved.index] = resolved.value;
   }
   return values;
 }
 
 void RunRender(const CommandLine& line) {
   const RenderOptions& options = line.render;
+  CheckFiles(options);
   const bool clip = IsClipRender(options);
   // A name no codec can write is refused before any work.
   if (clip) {
@@ -132,9 +164,15 @@ void RunRender(const CommandLine& line) {
   EffectHost host(std::move(values), NextInstanceKey());
 
   const cv::Mat picture = options.input ? ReadPicture(*options.input) : BuiltinPicture();
+  const PixelFormat format = FormatFor(options, picture.depth());
+  if ((found.effect->GetEffectTraits() & kTraitReadsOtherFrames) != 0) {
+    Warn("the effect " + found.name +
+         " works on the motion between neighbouring frames, which a single picture does "
+         "not have, so the picture comes out unchanged; render a clip instead");
+  }
   // Top-down memory goes over with `flipped` set; bottom-up memory with it clear.
   OwnedFrame source = PictureToFrame(
-      picture, options.format, options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst);
+      picture, format, options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst);
   OwnedFrame destination = FrameLike(source.record());
   const RenderInfo info = MakeRenderInfo(options, 0, kFrameRate);
 
@@ -147,9 +185,13 @@ void RunRender(const CommandLine& line) {
   } else if (!found.effect->Render(&host, &source.record(), 0, &destination.record(), &info)) {
     throw HostError("the effect " + found.name + " did not render the picture (" +
                     std::to_string(picture.cols) + "x" + std::to_string(picture.rows) + ", " +
-                    std::string(FormatName(options.format)) + ")");
+                    std::string(FormatName(format)) + ")");
   }
-  WritePicture(options.output, FrameToPicture(destination.record()));
+  const cv::Mat result = FrameToPicture(destination.record());
+  OutputLoss loss(options.output, picture.depth(), IsFloatFormat(format));
+  for (const std::string& warning : loss.Check(result))
+    Warn(warning);
+  WritePicture(options.output, result);
 }
 
 }  // namespace vitrella::host

@@ -12,6 +12,10 @@ namespace vitrella::host {
 // A clip's summary line goes to standard error unless the options ask for quiet.
 void RunRender(const CommandLine& line);
 
+// The frame format of a render from pictures of `depth` (CV_8U, CV_16U, CV_32F): the one
+// given, or float for channels deeper than bytes, which would lose them.
+PixelFormat FormatFor(const RenderOptions& options, int depth);
+
 // The time, number, rate, field mode and pixel aspect of one frame of the render.
 RenderInfo MakeRenderInfo(const RenderOptions& options, int32_t frameNumber, double frameRate);
 

@@ -189,7 +189,7 @@ TEST(VitrellaHelp, PrintsUsageOnStandardOutput) {
   for (const char* form : {"--help", "help"}) {
     const RunResult run = RunVitrella({form});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_THAT(run.out, HasSubstr("vitrella [--library PATH] render --effect NAME|INDEX"));
+    EXPECT_THAT(run.out, HasSubstr("vitrella [--library PATH] render --effect EFFECT"));
     EXPECT_EQ(run.err, "");
   }
 }

@@ -77,12 +77,62 @@ TEST(CommandLine, HelpInEveryPlace) {
   EXPECT_TRUE(ParseCommandLine({"list", "--json"}).json);
 }
 
+TEST(CommandLine, HelpForOneCommandAndVersion) {
+  EXPECT_EQ(ParseCommandLine({"help", "render"}).helpTopic, "render");
+  EXPECT_EQ(ParseCommandLine({"preset", "save", "--help"}).helpTopic, "preset");
+  EXPECT_EQ(ParseCommandLine({"list", "-h"}).helpTopic, "list");
+  EXPECT_EQ(ParseCommandLine({"--help"}).helpTopic, "");
+  EXPECT_EQ(ParseCommandLine({"--library", "x.so", "--version"}).command, Command::kVersion);
+  for (const char* topic : {"list", "render", "preset"}) {
+    EXPECT_NE(UsageText(topic), UsageText()) << topic;
+  }
+  EXPECT_EQ(CommandOf({"--library", "render", "list", "--json"}), "list");
+  EXPECT_EQ(CommandOf({"--version"}), "");
+}
+
+TEST(CommandLine, ListTakesOneEffectAndItsPresets) {
+  const CommandLine line = ParseCommandLine({"list", "Spotlight", "--presets"});
+  EXPECT_EQ(line.listEffect, "Spotlight");
+  EXPECT_TRUE(line.listPresets);
+  EXPECT_FALSE(ParseCommandLine({"list", "--json"}).listEffect);
+}
+
+TEST(CommandLine, LanguagesAreTheLibrarysOwn) {
+  EXPECT_EQ(
+      ParseCommandLine({"preset", "load", "--effect", "3", "--language", "DE", "a.x"}).language,
+      "de");
+  try {
+    ParseCommandLine({"preset", "load", "--effect", "3", "--language", "xx", "a.x"});
+    FAIL() << "no error";
+  } catch (const UsageError& error) {
+    EXPECT_STREQ(error.what(),
+                 "unknown language 'xx'; the library's dialogs come in de, en, es, fr, it, ja, pt");
+  }
+}
+
+TEST(CommandLine, BuiltinAndFormatAreRemembered) {
+  const RenderOptions builtin =
+      ParseCommandLine({"render", "--effect", "3", "--builtin", "o.png"}).render;
+  EXPECT_TRUE(builtin.builtin);
+  EXPECT_FALSE(builtin.input);
+  EXPECT_FALSE(builtin.formatGiven);
+  EXPECT_TRUE(ParseCommandLine({"render", "--effect", "3", "--format", "bgra8", "o.png"})
+                  .render.formatGiven);
+}
+
 TEST(CommandLine, RefusesMistakes) {
   const std::vector<std::vector<std::string>> mistakes = {
       {},
       {"draw"},
       {"--verbose", "list"},
-      {"list", "extra"},
+      {"list", "Spotlight", "extra"},
+      {"list", "--presets"},
+      {"list", "--language", "de"},
+      {"help", "paint"},
+      {"help", "render", "list"},
+      {"--version", "list"},
+      {"render", "--effect", "3", "--builtin", "a.png", "b.png"},
+      {"preset", "load", "--effect", "3", "--language", "xx", "a.fxpzr3d"},
       {"render", "out.png"},
       {"render", "--effect", "3"},
       {"render", "--effect", "3", "a.png", "b.png", "c.png"},

@@ -103,51 +103,39 @@ TEST(ParamValueText, FormattedValuesReadBack) {
   }
 }
 
+TEST(ParamValueText, SliderTakesThePanelsValueWithAUnitMark) {
+  const ParamInfo brightness = Slider("Brightness", -100, 100);
+  const ParamInfo size = Slider("Size", 0, 100);
+  // The same fraction by either form, so that the pictures agree too.
+  EXPECT_EQ(Parse(brightness, "+20").slider, Parse(brightness, "0.6").slider);
+  EXPECT_EQ(Parse(brightness, "-100").slider, 0.0f);
+  EXPECT_EQ(Parse(brightness, "+100%").slider, 1.0f);
+  EXPECT_EQ(Parse(size, "50%").slider, Parse(size, "0.5").slider);
+  EXPECT_EQ(Parse(size, "60.5%").slider, 0.605f);
+  EXPECT_EQ(Parse(size, "+30").slider, Parse(size, "0.3").slider);
+  for (const char* bad : {"+101", "-101", "101%", "-1%", "%", "+", "+-5", "50 %", "++5", "5%%"}) {
+    EXPECT_THROW(Parse(size, bad), UsageError) << bad;
+  }
+  EXPECT_THROW(Parse(brightness, "+100.5"), UsageError);
+}
+
+TEST(ParamValueText, ShownSliderValuesReadBackExactly) {
+  for (const ParamInfo& info : {Slider("Size", 0, 100), Slider("Tint", -100, 100),
+                                Slider("Angle", 0, 360), Slider("Odd", -3.5f, 7.25f)}) {
+    for (const float fraction : {0.0f, 1.0f, 0.5f, 0.605f, 0.6501f, 1.0f / 3.0f, 0.123456789f}) {
+      const std::string text = FormatSliderShown(info, fraction);
+      EXPECT_EQ(Parse(info, text.c_str()).slider, fraction) << ParamLabel(info) << " " << text;
+    }
+  }
+  EXPECT_EQ(FormatSliderShown(Slider("Size", 0, 100), 0.605f), "60.5%");
+  EXPECT_EQ(FormatSliderShown(Slider("Tint", -100, 100), 0.5f), "+0");
+  EXPECT_EQ(FormatSliderShown(Slider("Tint", -100, 100), 0.4f), "-20");
+}
+
 TEST(ParamValueText, SliderShowsItsPanelRange) {
   const ParamInfo balance = Slider("Balance", -100, 100);
   EXPECT_EQ(FormatShown(ShownSliderValue(balance, 0.5f)), "0");
   EXPECT_EQ(FormatShown(ShownSliderValue(Slider("Strength", 0, 100), 0.605f)), "60.5");
-}
-
-class ParamNames : public ::testing::Test {
- protected:
-  // Two sliders share a label, as the inside and outside grades of one effect would.
-  const std::vector<ParamInfo> params_ = {
-      Slider("Brightness", 0, 100), Group("Inside", false),     Slider("Brightness", 0, 100),
-      Record(ParamCheck, "Invert"), Group("Inside", true),      Choice("Blend mode", {"A"}),
-      Slider("Mix", 0, 1),          Slider("Mix amount", 0, 1),
-  };
-
-  std::string ErrorFor(const char* key) {
-    try {
-      ResolveParam(params_, key);
-    } catch (const UsageError& error) {
-      return error.what();
-    }
-    return "no error";
-  }
-};
-
-TEST_F(ParamNames, IndexOrLabelInAnyCase) {
-  EXPECT_EQ(ResolveParam(params_, "3"), 3u);
-  EXPECT_EQ(ResolveParam(params_, "INVERT"), 3u);
-  EXPECT_EQ(ResolveParam(params_, "blend"), 5u);  // the start of one label
-  EXPECT_EQ(ResolveParam(params_, "mix"), 6u);    // a whole label beats a longer one
-  EXPECT_EQ(ResolveParam(params_, "mix a"), 7u);
-  EXPECT_EQ(ResolveParam(params_, "1"), 1u);  // an index may name a group
-}
-
-TEST_F(ParamNames, AmbiguousLabelListsTheCandidates) {
-  EXPECT_THAT(ErrorFor("brightness"), AllOf(HasSubstr("ambiguous"), HasSubstr("0 'Brightness'"),
-                                            HasSubstr("2 'Brightness'"), HasSubstr("index")));
-  EXPECT_THAT(ErrorFor("b"), AllOf(HasSubstr("ambiguous"), HasSubstr("5 'Blend mode'")));
-}
-
-TEST_F(ParamNames, UnknownAndGroupLabelsAreRefused) {
-  EXPECT_THAT(ErrorFor("Inside"), HasSubstr("group"));
-  EXPECT_THAT(ErrorFor("Contrast"), AllOf(HasSubstr("unknown parameter"), HasSubstr("3 'Invert'")));
-  EXPECT_THAT(ErrorFor("8"), HasSubstr("no parameter 8"));
-  EXPECT_THAT(ErrorFor(""), HasSubstr("missing"));
 }
 
 }  // namespace

@@ -1,0 +1,106 @@
+#include "output_loss.h"
+
+#include <filesystem>
+
+#include "clip_names.h"
+#include "param_text.h"
+
+namespace vitrella::host {
+namespace {
+
+struct Extension {
+  const char* name;
+  StoredForm form;
+};
+// What the picture writer keeps per format; any other format keeps 8 bits without alpha.
+constexpr Extension kKeeping[] = {
+    {".png", {true, 16}}, {".tif", {true, 16}}, {".tiff", {true, 16}},
+    {".webp", {true, 8}}, {".exr", {true, 32}},
+};
+
+bool AnyTranslucent(const cv::Mat& picture) {
+  for (int y = 0; y < picture.rows; ++y) {
+    if (picture.depth() == CV_8U) {
+      const auto* row = picture.ptr<cv::Vec4b>(y);
+      for (int x = 0; x < picture.cols; ++x) {
+        if (row[x][3] != 255) return true;
+      }
+    } else {
+      const auto* row = picture.ptr<cv::Vec4f>(y);
+      for (int x = 0; x < picture.cols; ++x) {
+        if (!(row[x][3] >= 1.0f)) return true;
+      }
+    }
+  }
+  return false;
+}
+
+// Colour or alpha outside 0..1, which an integer file clamps.
+bool AnyOutOfRange(const cv::Mat& picture) {
+  if (picture.depth() != CV_32F) return false;
+  for (int y = 0; y < picture.rows; ++y) {
+    const auto* row = picture.ptr<float>(y);
+    for (int x = 0; x < picture.cols * 4; ++x) {
+      if (!(row[x] >= 0.0f && row[x] <= 1.0f)) return true;
+    }
+  }
+  return false;
+}
+
+std::string DepthText(int depth) {
+  return depth == CV_32F ? "float" : depth == CV_16U ? "16-bit" : "8-bit";
+}
+
+}  // namespace
+
+StoredForm StoredFormOf(const std::string& output) {
+  std::string name = output;
+  if (const std::optional<FramePattern> pattern = ParseFramePattern(output)) {
+    name = pattern->Name(0);
+  } else if (IsVideoName(output)) {
+    return {};
+  }
+  const std::string extension = std::filesystem::path(name).extension().string();
+  for (const Extension& keeping : kKeeping) {
+    if (EqualsIgnoreCase(extension, keeping.name)) return keeping.form;
+  }
+  return {};
+}
+
+OutputLoss::OutputLoss(std::string output, int sourceDepth, bool floatFrames)
+    : output_(std::move(output)),
+      form_(StoredFormOf(output_)),
+      sourceDepth_(sourceDepth),
+      floatFrames_(floatFrames) {}
+
+std::vector<std::string> OutputLoss::Check(const cv::Mat& picture) {
+  const std::string kind = IsVideoName(output_) ? "a video" : output_;
+  std::vector<std::string> warnings;
+  if (!depthTold_ && sourceDepth_ != CV_8U) {
+    depthTold_ = true;
+    if (!floatFrames_) {
+      warnings.push_back("the input has " + DepthText(sourceDepth_) +
+                         " channels, but --format renders it in 8 bits per channel; leave "
+                         "--format out or give bgra32f to keep them");
+    } else if (form_.bits == 8) {
+      warnings.push_back("the input has " + DepthText(sourceDepth_) + " channels, but " + kind +
+                         " keeps 8 bits per channel; write .png, .tif or .exr to keep them");
+    }
+  }
+  if (!alphaTold_ && !form_.alpha && AnyTranslucent(picture)) {
+    alphaTold_ = true;
+    warnings.push_back("the result is partly transparent, but " + kind +
+                       " keeps no alpha, so what the effect did in alpha is lost; write " +
+                       (IsVideoName(output_) ? "numbered pictures such as out/%04d.png"
+                                             : ".png, .tif, .webp or .exr") +
+                       " to keep it");
+  }
+  if (!rangeTold_ && form_.bits != 32 && AnyOutOfRange(picture)) {
+    rangeTold_ = true;
+    warnings.push_back("the result has values outside 0..1, which " + kind +
+                       " clips; write .exr to keep them");
+  }
+  return warnings;
+}
+
+}  // namespace vitrella::host
