@@ -17,12 +17,13 @@ std::string Hex(uint32_t value) {
   return text;
 }
 
-// A value for a person: the parseable form, and for a slider the number on its panel.
+// A value for a person, in forms --set takes: a slider as its panel shows it, with the
+// fraction and the range beside it.
 std::string ValueText(const ParamInfo& info, const ParamValue& value) {
   std::string text = FormatValue(info, value);
   if (info.kind == ParamSlider) {
-    text += " (" + FormatShown(ShownSliderValue(info, value.slider)) + " of " +
-            FormatShown(info.minimum) + ".." + FormatShown(info.slider.maximum) + ")";
+    text = FormatSliderShown(info, value.slider) + " (fraction " + text + ", " +
+           FormatSliderShown(info, 0.0f) + ".." + FormatSliderShown(info, 1.0f) + ")";
   } else if (info.kind == ParamChoice) {
     text = std::to_string(value.choice) + " " + Quoted(text);
   }

@@ -66,8 +66,9 @@ std::vector<std::string> NearestNames(std::string_view key, const std::vector<st
   }
   std::stable_sort(near.begin(), near.end(),
                    [](const auto& a, const auto& b) { return a.first < b.first; });
+  // Only the closest: a name one slip away makes others three slips away noise.
   std::vector<std::string> nearest;
-  for (size_t i = 0; i < near.size() && i < 3; ++i)
+  for (size_t i = 0; i < near.size() && i < 3 && near[i].first == near[0].first; ++i)
     nearest.push_back(near[i].second);
   return nearest;
 }

@@ -14,9 +14,8 @@ std::string FoldName(std::string_view name);
 
 bool NamesMatch(std::string_view a, std::string_view b);
 
-// Up to three of `names` that `key` was probably meant to be, the closest first: those
-// within a few typing mistakes of it (about one in three characters), or that begin with it
-// or contain it.
+// Up to three of `names` that `key` was probably meant to be: the closest of those within a
+// few typing mistakes of it (about one in three characters) or that contain it.
 std::vector<std::string> NearestNames(std::string_view key, const std::vector<std::string>& names);
 
 // "; did you mean 'A' or 'B'?", or empty without suggestions.

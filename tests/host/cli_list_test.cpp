@@ -150,9 +150,18 @@ TEST(VitrellaList, JsonSaysWhatTheLibraryAnswers) {
     for (ParamInfo info{}; effect->GetParamInfo(static_cast<uint32_t>(params.size()), &info);)
       params.push_back(info);
     ASSERT_EQ((*json)["params"].items.size(), params.size());
+    std::string openGroup;  // the effects' groups do not nest
     for (uint32_t i = 0; i < params.size(); ++i) {
       SCOPED_TRACE(params[i].name);
       ExpectParam((*json)["params"][i], i, params[i], tooltips->GetParamToolTip(i));
+      if (params[i].kind == ParamGroup) {
+        EXPECT_TRUE((*json)["params"][i]["group"].IsNull());
+        openGroup = params[i].groupClose != 0 ? "" : params[i].name;
+      } else if (openGroup.empty()) {
+        EXPECT_TRUE((*json)["params"][i]["group"].IsNull());
+      } else {
+        EXPECT_EQ((*json)["params"][i]["group"].text, openGroup);
+      }
     }
     uint32_t preset = 0;
     for (; const char* name = effect->GetPresetName(preset); ++preset) {
@@ -179,7 +188,7 @@ TEST(VitrellaList, TextShowsParametersTooltipsAndPresets) {
   ASSERT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("[3] Edge Smoother"));
   EXPECT_THAT(run.out, HasSubstr("traits 961 (0x3C1), GPU no"));
-  EXPECT_THAT(run.out, HasSubstr("default 0.605 (60.5 of 0..100)"));
+  EXPECT_THAT(run.out, HasSubstr("default 60.5% (fraction 0.605, 0%..100%)"));
   EXPECT_THAT(run.out, HasSubstr("panel x 66, y 30, width 130, height 10"));
   EXPECT_THAT(run.out, HasSubstr("tooltip \"Use if lines appears uneven\""));
   EXPECT_THAT(run.out, HasSubstr("4  \"Smooth SD to HD Upres\""));

@@ -1,16 +1,19 @@
 #include "host/run_vitrella.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 extern char** environ;
 
@@ -38,6 +41,11 @@ TempFolder::~TempFolder() {
 }
 
 RunResult RunVitrella(const std::vector<std::string>& args) {
+  return RunVitrellaAndSignal(args, nullptr, 0);
+}
+
+RunResult RunVitrellaAndSignal(const std::vector<std::string>& args,
+                               const std::function<bool()>& ready, int signal) {
   // Output goes through files, so that a large listing cannot fill a pipe and stall.
   const TempFolder folder;
   const std::string outPath = folder.Path("stdout");
@@ -62,7 +70,19 @@ RunResult RunVitrella(const std::vector<std::string>& args) {
   if (spawned != 0) throw std::runtime_error("cannot start " + program);
 
   int status = 0;
+  if (ready) {
+    // Polls until the child is where the test wants it, or has ended by itself.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    while (waitpid(child, &status, WNOHANG) == 0) {
+      if (ready() || std::chrono::steady_clock::now() > deadline) {
+        kill(child, signal);
+        break;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+  }
   while (waitpid(child, &status, 0) < 0) {
+    if (errno == ECHILD) break;  // reaped above, having ended before the signal
     if (errno != EINTR) throw std::runtime_error("waitpid failed");
   }
   RunResult result;

@@ -1,6 +1,7 @@
 // Runs the built `vitrella` as a child process, the way a user or a script does.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,11 @@ struct RunResult {
 
 // args exclude the program name. The child's standard output and error are captured.
 RunResult RunVitrella(const std::vector<std::string>& args);
+
+// Runs vitrella and sends it `signal` as soon as `ready` answers true (polled every few
+// milliseconds), then waits for it to end.
+RunResult RunVitrellaAndSignal(const std::vector<std::string>& args,
+                               const std::function<bool()>& ready, int signal);
 
 // A fresh folder under the system's temporary folder, removed with the object.
 class TempFolder {
