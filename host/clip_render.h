@@ -24,12 +24,13 @@ struct ClipSummary {
   double seconds = 0;
 };
 
-// Renders the clip options.input into the clip options.output with the effect, the
-// values of its parameters and the clip options. effectName is for messages. Throws
-// HostError, and UsageError for a range that the clip does not hold; a failed render
-// leaves no output behind.
+// Renders the clip given.input into the clip given.output with the effect, the values of
+// its parameters and the clip options; frames go in float when the clip's channels are
+// deeper than bytes and no format was given. effectName is for messages. Throws HostError,
+// and UsageError for a range that the clip does not hold; a failed render leaves no output
+// behind.
 ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
-                       const std::vector<ParamValue>& values, const RenderOptions& options);
+                       const std::vector<ParamValue>& values, const RenderOptions& given);
 
 // "rendered 8 frames in 0.05 s (160.0 frames per second)"
 std::string SummaryText(const ClipSummary& summary);

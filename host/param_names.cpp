@@ -61,6 +61,7 @@ std::string Listed(const std::vector<ParamInfo>& params, const std::vector<uint3
   // that several parameters share is suggested under each of its groups.
   const bool grouped = key.find(kGroupMark) != std::string_view::npos;
   std::vector<std::string> names;
+  names.reserve(all.size());
   for (const uint32_t i : all)
     names.push_back(grouped ? QualifiedName(params, i) : ParamLabel(params[i]));
   std::vector<std::string> suggested;
@@ -162,6 +163,7 @@ ParamSettingValue ResolveSetting(const std::vector<ParamInfo>& params, std::stri
                      expected);
   }
   std::vector<uint32_t> ambiguous;
+  ambiguous.reserve(taking.size());
   for (const ParamSettingValue& setting : taking)
     ambiguous.push_back(setting.index);
   Ambiguous(params, key, ambiguous);

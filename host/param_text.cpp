@@ -140,8 +140,7 @@ std::string FormatSliderShown(const ParamInfo& info, float fraction) {
     std::snprintf(text, sizeof(text), "%.*f", decimals, shown);
     number = text;
     if (number == "-0") number = "0";
-    const std::string marked =
-        percent ? number + "%" : (number.front() == '-' ? number : "+" + number);
+    std::string marked = percent ? number + "%" : (number.front() == '-' ? number : "+" + number);
     const std::optional<float> back = ShownToFraction(info, marked);
     if (back && *back == fraction) return marked;
   }
