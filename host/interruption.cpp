@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <filesystem>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -43,8 +44,10 @@ void WaitForSignals(sigset_t set) {
       continue;
     }
     // Asked twice: the user wants out now. Whatever is half-written goes first.
-    for (const std::string& path : watch.removals)
-      unlink(path.c_str());
+    for (const std::string& path : watch.removals) {
+      std::error_code ignored;
+      std::filesystem::remove_all(path, ignored);
+    }
     std::fputs("vitrella: stopped at once; partial output removed\n", stderr);
     _exit(128 + signal);
   }

@@ -32,8 +32,8 @@ class OnInterrupt {
   std::function<void(int)> stop_;
 };
 
-// While it lives, the file is removed if the program is ended by a second signal before
-// it can clean up by itself.
+// While it lives, the file or folder is removed if the program is ended by a second signal
+// before it can clean up by itself.
 class RemoveOnForcedExit {
  public:
   explicit RemoveOnForcedExit(std::string path);

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 
 #include "com_ref.h"
 #include "host_error.h"
@@ -17,6 +18,7 @@
 #include "param_names.h"
 #include "param_text.h"
 #include "render_command.h"
+#include "replacing_file.h"
 #include "scripted_ui.h"
 #include "vitrella/preset.h"
 
@@ -163,6 +165,55 @@ void ReportFailure(const std::string& message) {
   std::cerr << "vitrella: " << OneLine(message) << "\n";
 }
 
+// The library writes a preset where its save dialog is answered, adding its own extension
+// to a name without one. It writes in place, so it is answered with a name in a hidden
+// folder beside the file, and the preset takes its place only once whole.
+class PresetStaging {
+ public:
+  explicit PresetStaging(const std::string& file) : file_(file) {
+    const std::filesystem::path path(file);
+    std::string pattern =
+        (path.parent_path() / ("." + path.filename().string() + ".vitrella-XXXXXX")).string();
+    // A folder that cannot be made means the library cannot write there either: it is then
+    // answered with the file itself and reports the failure its own way.
+    if (mkdtemp(pattern.data()) != nullptr) {
+      folder_ = pattern;
+      guard_.emplace(folder_);
+    }
+  }
+  PresetStaging(const PresetStaging&) = delete;
+  PresetStaging& operator=(const PresetStaging&) = delete;
+  ~PresetStaging() {
+    std::error_code ignored;
+    if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
+  }
+
+  std::string Answer() const {
+    if (folder_.empty()) return file_;
+    return (std::filesystem::path(folder_) / std::filesystem::path(file_).filename()).string();
+  }
+
+  // Moves the preset the library wrote to its place beside the folder; returns that place.
+  std::string Finish(const std::string& written) const {
+    if (folder_.empty()) return written;
+    const std::string destination =
+        (std::filesystem::path(file_).parent_path() / std::filesystem::path(written).filename())
+            .string();
+    std::error_code error;
+    if (std::filesystem::is_regular_file(destination, error) && !LooksLikePreset(destination)) {
+      throw HostError("will not save over " + Quoted(destination) +
+                      ": it exists and is not a preset file");
+    }
+    MoveIntoPlace(written, destination);
+    return destination;
+  }
+
+ private:
+  std::string file_;
+  std::string folder_;
+  std::optional<RemoveOnForcedExit> guard_;
+};
+
 int ExitStatus(int32_t result) {
   if (result == kPresetDone) return 0;
   return result == kPresetOtherEffect ? kPresetOfOtherEffect : kPresetLoadFailed;
@@ -197,19 +248,22 @@ int RunPresetSave(const CommandLine& line, std::ostream& out) {
   const ComRef<IPresetSaver> saver = MakeSaver(*library);
   int32_t result = kPresetFailed;
   std::vector<ShownItem> shown;
+  const PresetStaging staging(*options.presetFile);
   {
-    const ScriptedUi ui(*options.presetFile);
+    const ScriptedUi ui(staging.Answer());
     result = saver->SavePreset(nullptr, library.get(), found.index, &record,
                                LanguageCode(line.language));
     shown = ui.Shown();
   }
   CheckAnswered(result, shown, *options.presetFile);
-  PrintShown(shown, false, out);
+  std::string saved;
   for (const ShownItem& item : shown) {
     if (result == kPresetDone && item.kind == ShownItem::Kind::kSaveDialog) {
-      out << "saved: " << item.text << "\n";
+      saved = staging.Finish(item.text);
     }
   }
+  PrintShown(shown, false, out);
+  if (!saved.empty()) out << "saved: " << saved << "\n";
   PrintShown(shown, true, out);
   out << "result: " << result << "\n";
   if (result == kPresetDone) return 0;

@@ -60,10 +60,6 @@ ReplacingFile::ReplacingFile(std::string destination) : destination_(std::move(d
     const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd >= 0) {
       guard_.emplace(path_);
-      struct stat existing {};
-      if (stat(destination_.c_str(), &existing) == 0 && S_ISREG(existing.st_mode)) {
-        fchmod(fd, existing.st_mode & 07777);
-      }
       close(fd);
       return;
     }
@@ -92,25 +88,34 @@ void ReplacingFile::Write(const void* data, size_t size) {
 }
 
 void ReplacingFile::Commit() {
+  MoveIntoPlace(path_, destination_);
+  committed_ = true;
+}
+
+void MoveIntoPlace(const std::string& written, const std::string& destination) {
   ThrowIfInterrupted();
   {
-    Descriptor file(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat written {};
-    if (file.get() < 0 || fstat(file.get(), &written) != 0) {
-      throw HostError("cannot write " + destination_ + ": " + SystemReason());
+    Descriptor file(open(written.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat info {};
+    if (file.get() < 0 || fstat(file.get(), &info) != 0) {
+      throw HostError("cannot write " + destination + ": " + SystemReason());
     }
-    if (written.st_size == 0) {
-      throw HostError("cannot write " + destination_ + ": the encoder wrote nothing");
+    if (info.st_size == 0) {
+      throw HostError("cannot write " + destination + ": the encoder wrote nothing");
+    }
+    struct stat existing {};
+    if (stat(destination.c_str(), &existing) == 0 && S_ISREG(existing.st_mode) &&
+        (existing.st_mode & 07777) != (info.st_mode & 07777)) {
+      fchmod(file.get(), existing.st_mode & 07777);
     }
     // On disk before the rename, so that a crash leaves the old file or the whole new one.
     if (fsync(file.get()) != 0) {
-      throw HostError("cannot write " + destination_ + ": " + SystemReason());
+      throw HostError("cannot write " + destination + ": " + SystemReason());
     }
   }
-  if (rename(path_.c_str(), destination_.c_str()) != 0) {
-    throw HostError("cannot write " + destination_ + ": " + SystemReason());
+  if (rename(written.c_str(), destination.c_str()) != 0) {
+    throw HostError("cannot write " + destination + ": " + SystemReason());
   }
-  committed_ = true;
 }
 
 }  // namespace vitrella::host

@@ -40,4 +40,9 @@ class ReplacingFile {
   bool committed_ = false;
 };
 
+// For a file that another party wrote beside its destination: flushes it to disk, gives it
+// the permissions of the file it replaces and renames it over `destination`, as Commit
+// does. Throws Interrupted or HostError as Commit does; `written` stays then.
+void MoveIntoPlace(const std::string& written, const std::string& destination);
+
 }  // namespace vitrella::host

@@ -123,6 +123,27 @@ TEST_F(VitrellaSafety, AReplacedOutputKeepsItsPermissions) {
   EXPECT_NE(Bytes(Path("out.png")), "old");
 }
 
+TEST_F(VitrellaSafety, APresetFileIsSavedWholeAndAloneWhereverTheLibraryWritesIt) {
+  std::filesystem::create_directory(Path("presets"));
+  // Written twice: a replaced preset is replaced whole; the library adds its extension.
+  for (const char* preset : {"0", "1"}) {
+    const RunResult run =
+        RunVitrella({"preset", "save", "--effect", "3", "--preset", preset, Path("presets/mine")});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("saved: " + Path("presets/mine.fxpzr3d") + "\n"));
+  }
+  EXPECT_EQ(Names(Path("presets")), std::set<std::string>{"mine.fxpzr3d"});
+  EXPECT_THAT(Bytes(Path("presets/mine.fxpzr3d")), HasSubstr("Font Smoothing - Strong"));
+
+  // A photograph under the name the library would write is left alone.
+  std::filesystem::copy_file(kPhotograph, Path("presets/photo.fxpzr3d"));
+  const RunResult over = RunVitrella({"preset", "save", "--effect", "3", Path("presets/photo")});
+  EXPECT_EQ(over.exitCode, 1);
+  ExpectOneLine(over, "is not a preset file");
+  EXPECT_EQ(Bytes(Path("presets/photo.fxpzr3d")), Bytes(kPhotograph));
+  EXPECT_EQ(Names(Path("presets")), (std::set<std::string>{"mine.fxpzr3d", "photo.fxpzr3d"}));
+}
+
 // A long clip, stopped as soon as its output shows; the program must say so, exit as a
 // shell expects after the signal, and leave the folder as it found it.
 TEST_F(VitrellaSafety, ASignalMidClipLeavesNothingBehind) {
