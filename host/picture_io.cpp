@@ -10,8 +10,12 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "exr_file.h"
 #include "host_error.h"
+#include "jpeg_file.h"
 #include "param_text.h"
+#include "picture_limits.h"
+#include "png_file.h"
 #include "quiet_stderr.h"
 #include "replacing_file.h"
 
@@ -22,6 +26,10 @@ std::string Extension(const std::string& path) {
   return std::filesystem::path(path).extension().string();
 }
 
+bool IsExr(const std::string& extension) {
+  return EqualsIgnoreCase(extension, ".exr");
+}
+
 bool HoldsSixteenBits(const std::string& extension) {
   for (const char* wide : {".png", ".tif", ".tiff"}) {
     if (EqualsIgnoreCase(extension, wide)) return true;
@@ -29,16 +37,31 @@ bool HoldsSixteenBits(const std::string& extension) {
   return false;
 }
 
-std::vector<uint8_t> ReadBytes(const std::string& path) {
+std::ifstream OpenToRead(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
     throw HostError("cannot read " + path + ": it is a directory");
   }
   std::ifstream file(path, std::ios::binary);
   if (!file) throw HostError("cannot read " + path + ": " + std::strerror(errno));
+  return file;
+}
+
+std::vector<uint8_t> ReadBytes(const std::string& path) {
+  std::ifstream file = OpenToRead(path);
   std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(file)),
                              std::istreambuf_iterator<char>());
   if (file.bad()) throw HostError("cannot read " + path + ": " + std::strerror(errno));
+  return bytes;
+}
+
+// At most `count` bytes from the start of the file; fewer where it is shorter.
+std::vector<uint8_t> ReadLeadingBytes(const std::string& path, size_t count) {
+  std::ifstream file = OpenToRead(path);
+  std::vector<uint8_t> bytes(count);
+  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(count));
+  if (file.bad()) throw HostError("cannot read " + path + ": " + std::strerror(errno));
+  bytes.resize(static_cast<size_t>(file.gcount()));
   return bytes;
 }
 
@@ -70,10 +93,39 @@ bool Encode(const std::string& extension, const cv::Mat& picture, std::vector<ui
   }
 }
 
+// Float channels at 16 bits where the format holds them, 8 elsewhere; alpha dropped where
+// the format has none.
+std::vector<uint8_t> EncodeWithOpenCv(const std::string& path, const cv::Mat& picture) {
+  const std::string extension = Extension(path);
+  cv::Mat stored = picture;
+  if (picture.depth() == CV_32F) {
+    // convertTo rounds and saturates, which is the clamp to 0..1.
+    const bool wide = HoldsSixteenBits(extension);
+    picture.convertTo(stored, wide ? CV_16U : CV_8U, wide ? 65535.0 : 255.0);
+  }
+
+  std::vector<uint8_t> bytes;
+  if (!Encode(extension, stored, &bytes)) {
+    // Some formats take three channels only.
+    cv::Mat bgr;
+    cv::cvtColor(stored, bgr, cv::COLOR_BGRA2BGR);
+    if (!Encode(extension, bgr, &bytes)) {
+      throw HostError("cannot write " + path + ": the " + extension + " codec refused the picture");
+    }
+  }
+  return bytes;
+}
+
 }  // namespace
 
 cv::Mat ReadPicture(const std::string& path) {
   const std::vector<uint8_t> bytes = ReadBytes(path);
+  // By content, not name, so that a misnamed file still decodes. OpenCV's JPEG and PNG
+  // codecs hand back damaged files as if whole, and its EXR codec is off in Debian.
+  if (LooksLikeJpeg(bytes)) return DecodeJpeg(bytes, path);
+  if (LooksLikePng(bytes)) return DecodePng(bytes, path);
+  if (LooksLikeExr(bytes)) return DecodeExr(bytes, path);
+
   cv::Mat decoded;
   try {
     const QuietStderr quiet;
@@ -85,8 +137,18 @@ cv::Mat ReadPicture(const std::string& path) {
     throw HostError("cannot read " + path + ": not a picture file we can decode");
   decoded = ToUsableDepth(decoded);
   if (decoded.empty()) throw HostError("cannot read " + path + ": unsupported channel depth");
+  CheckPictureSize(decoded.cols, decoded.rows, path);
 
   return ToBgra(decoded, path);
+}
+
+int PictureDepth(const std::string& path) {
+  // Enough for PNG's signature and header chunk.
+  const std::vector<uint8_t> leading = ReadLeadingBytes(path, 33);
+  if (LooksLikeJpeg(leading)) return CV_8U;
+  if (LooksLikePng(leading)) return PngDepth(leading, path);
+  if (LooksLikeExr(leading)) return CV_32F;
+  return ReadPicture(path).depth();
 }
 
 cv::Mat ToBgra(const cv::Mat& decoded, const std::string& source) {
@@ -112,9 +174,10 @@ void CheckPictureWriter(const std::string& path) {
   if (Extension(path).empty()) {
     throw HostError("cannot write " + path + ": the name needs an extension such as .png");
   }
-  bool known = false;
+  // EXR is written through OpenEXR, whatever OpenCV says of it.
+  bool known = IsExr(Extension(path));
   try {
-    known = cv::haveImageWriter(path);
+    if (!known) known = cv::haveImageWriter(path);
   } catch (const cv::Exception&) {
     known = false;
   }
@@ -128,24 +191,8 @@ void CheckPictureWriter(const std::string& path) {
 
 void WritePicture(const std::string& path, const cv::Mat& picture) {
   CheckPictureWriter(path);
-  const std::string extension = Extension(path);
-  cv::Mat stored = picture;
-  if (picture.depth() == CV_32F) {
-    // convertTo rounds and saturates, which is the clamp to 0..1.
-    const bool wide = HoldsSixteenBits(extension);
-    picture.convertTo(stored, wide ? CV_16U : CV_8U, wide ? 65535.0 : 255.0);
-  }
-
-  std::vector<uint8_t> bytes;
-  if (!Encode(extension, stored, &bytes)) {
-    // Some formats take three channels only.
-    cv::Mat bgr;
-    cv::cvtColor(stored, bgr, cv::COLOR_BGRA2BGR);
-    if (!Encode(extension, bgr, &bytes)) {
-      throw HostError("cannot write " + path + ": the " + extension + " codec refused the picture");
-    }
-  }
-
+  const std::vector<uint8_t> bytes =
+      IsExr(Extension(path)) ? EncodeExr(picture, path) : EncodeWithOpenCv(path, picture);
   ReplacingFile file(path);
   file.Write(bytes.data(), bytes.size());
   file.Commit();
