@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,6 +12,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "host/picture_io.h"
 #include "host/run_vitrella.h"
 #include "host/synthetic_clip.h"
 
@@ -95,6 +97,28 @@ TEST_F(VitrellaMessages, DeepInputsRenderInFloatAndWarnWhereBytesLoseThem) {
   args.insert(args.begin(), {"--format", "bgra8"});
   args.back() = Path("bytes.png");
   EXPECT_THAT(Warnings(args), MatchesRegex(".*--format renders it in 8 bits per channel.*\n"));
+}
+
+TEST_F(VitrellaMessages, FloatPicturesGoThroughExrWholeAndWarnWhereTheyAreClipped) {
+  // Values beyond 0..1 and a translucent alpha: EXR keeps them, PNG cannot.
+  cv::Mat hdr(48, 64, CV_32FC4);
+  for (int y = 0; y < hdr.rows; ++y) {
+    for (int x = 0; x < hdr.cols; ++x)
+      hdr.at<cv::Vec4f>(y, x) = {x / 16.0f, -0.25f + y / 100.0f, 0.123456789f, 0.5f + x / 200.0f};
+  }
+  host::WritePicture(Path("hdr.exr"), hdr);
+  const std::vector<std::string> reset = {"--effect", "Edge Smoother", "--preset", "Reset to None",
+                                          Path("hdr.exr")};
+  auto args = reset;
+  args.push_back(Path("same.exr"));
+  EXPECT_EQ(Warnings(args), "");
+  const cv::Mat back = host::ReadPicture(Path("same.exr"));
+  ASSERT_EQ(back.type(), CV_32FC4);
+  EXPECT_EQ(std::memcmp(back.data, hdr.data, hdr.total() * hdr.elemSize()), 0);
+
+  args.back() = Path("clipped.png");
+  EXPECT_THAT(Warnings(args), MatchesRegex("vitrella: warning: the result has values outside "
+                                           "0..1, which .*clipped.png clips; write .exr.*\n"));
 }
 
 TEST_F(VitrellaMessages, AnEffectOfNeighbouringFramesSaysSoForOnePicture) {
