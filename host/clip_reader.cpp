@@ -1,17 +1,14 @@
 #include "clip_reader.h"
 
 #include <cerrno>
-#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <limits>
 
-#include <opencv2/videoio.hpp>
-
 #include "clip_names.h"
 #include "host_error.h"
 #include "picture_io.h"
-#include "quiet_stderr.h"
+#include "video_decoder.h"
 
 namespace vitrella::host {
 namespace {
@@ -34,65 +31,122 @@ void CheckReadable(const std::string& name) {
   }
 }
 
+const std::string& Readable(const std::string& name) {
+  CheckReadable(name);
+  return name;
+}
+
+// Frame n is the latest frame whose timestamp falls at or before n's time, so a frame that
+// the file drops repeats the one before, as a player shows it.
 class VideoReader final : public ClipReader {
  public:
-  explicit VideoReader(const std::string& name) : name_(name) {
-    CheckReadable(name);
-    const QuietStderr quiet;
-    try {
-      // FFmpeg, then OpenCV's own Motion JPEG reader; never every backend in turn, which
-      // would probe cameras and capture devices for a file that is no video.
-      if (!capture_.open(name, cv::CAP_FFMPEG)) capture_.open(name, cv::CAP_OPENCV_MJPEG);
-    } catch (const cv::Exception&) {
-      capture_.release();
-    }
-    if (!capture_.isOpened())
-      throw HostError("cannot read " + name + ": not a video we can decode");
-    // A container that does not know its length says 0; its end shows when reading fails.
-    const double count = capture_.get(cv::CAP_PROP_FRAME_COUNT);
-    if (std::isfinite(count) && count >= 1) {
-      count_ = std::min(static_cast<int64_t>(std::llround(count)), kMaxFrames);
-    }
-    const double rate = capture_.get(cv::CAP_PROP_FPS);
-    if (std::isfinite(rate) && rate > 0) rate_ = rate;
-  }
+  explicit VideoReader(const std::string& name) : name_(name), decoder_(Readable(name)) {}
 
   const std::string& name() const override { return name_; }
-  std::optional<int64_t> FrameCount() const override { return count_; }
-  std::optional<double> FrameRate() const override { return rate_; }
+  std::optional<int64_t> FrameCount() const override { return decoder_.FrameCount(); }
+  std::optional<double> FrameRate() const override { return decoder_.FrameRate(); }
   int64_t FirstNumber() const override { return 0; }
 
   cv::Mat Read(int64_t n) override {
-    if (n < 0 || n >= count_.value_or(kMaxFrames)) return cv::Mat();
-    cv::Mat decoded;
-    bool read = false;
-    {
-      const QuietStderr quiet;
-      try {
-        if (n != next_) capture_.set(cv::CAP_PROP_POS_FRAMES, static_cast<double>(n));
-        read = capture_.read(decoded) && !decoded.empty();
-      } catch (const cv::Exception&) {
-        read = false;
-      }
-    }
-    if (!read) {
+    if (n < 0 || n >= FrameCount().value_or(kMaxFrames)) return cv::Mat();
+    try {
+      cv::Mat picture = Find(n);
+      next_ = picture.empty() ? -1 : n + 1;
+      return picture;
+    } catch (...) {
       next_ = -1;  // where the decoder stands is unknown now: seek next time
-      if (!count_) return cv::Mat();
-      throw HostError(
-          "cannot decode frame " + std::to_string(n) + " of " + name_ + ", which says it holds " +
-          std::to_string(*count_) + " frames" +
-          (n > 0 ? "; --frames A-" + std::to_string(n - 1) + " renders frames before it" : ""));
+      throw;
     }
-    next_ = n + 1;
-    return ToBgra(decoded, name_);
   }
 
  private:
+  cv::Mat Find(int64_t n) {
+    // After a seek, frames before the first key frame may refer to frames before the seek
+    // point; they are passed over, and if the seek overshot, decoding starts from the top.
+    bool awaitingKey = false;
+    if (n != next_) {
+      held_.reset();
+      previous_.reset();
+      ended_ = false;
+      awaitingKey = decoder_.Seek(n);
+      if (!awaitingKey) decoder_.Rewind();
+    }
+    while (!ended_ && (!held_ || held_->number < n)) {
+      if (held_ && !held_->damage.empty()) throw Damaged(*held_);
+      std::optional<VideoFrame> frame = decoder_.Next();
+      if (awaitingKey) {
+        if (!frame || frame->number < 0 || frame->number > n) {
+          decoder_.Rewind();
+          awaitingKey = false;
+          continue;
+        }
+        if (!frame->key) continue;
+        awaitingKey = false;
+      }
+      if (!frame) {
+        ended_ = true;
+        break;
+      }
+      if (!frame->damage.empty() && frame->number <= n) throw Damaged(*frame);
+      previous_ = std::move(held_);
+      held_ = std::move(frame);
+    }
+
+    // A count from the duration can reach a frame past the last one, which then lasts.
+    const bool lasts =
+        held_ && n == held_->number + 1 && n + 1 == FrameCount() && decoder_.CountIsEstimate();
+    const VideoFrame* shown = nullptr;
+    if (held_ && held_->number > n) {
+      shown = previous_ ? &*previous_ : &*held_;
+    } else if (held_ && (held_->number == n || lasts)) {
+      shown = &*held_;
+    } else {
+      return Ended(n);
+    }
+    if (!shown->damage.empty()) throw Damaged(*shown);
+    cv::Mat picture = decoder_.Picture(*shown, n);
+    if (size_.empty()) {
+      size_ = picture.size();
+    } else if (picture.size() != size_) {
+      throw HostError("cannot decode frame " + std::to_string(n) + " of " + name_ + ": it is " +
+                      SizeText(picture) + ", but the clip's frames are " +
+                      std::to_string(size_.width) + "x" + std::to_string(size_.height));
+    }
+    return picture;
+  }
+
+  // The stream ended before frame n: the end of a clip that does not tell its length.
+  cv::Mat Ended(int64_t n) const {
+    const std::optional<int64_t> count = FrameCount();
+    if (!count) return cv::Mat();
+    const int64_t end = held_ ? held_->number + 1 : 0;
+    throw HostError("cannot decode frame " + std::to_string(n) + " of " + name_ +
+                    ": the file ends " + (end == n ? "there" : "at frame " + std::to_string(end)) +
+                    Short(end));
+  }
+
+  HostError Damaged(const VideoFrame& frame) const {
+    return HostError("cannot decode frame " + std::to_string(frame.number) + " of " + name_ + ": " +
+                     frame.damage + (frame.cut ? Short(frame.number) : ""));
+  }
+
+  // How a clip cut short before frame `end` compares with what it says.
+  std::string Short(int64_t end) const {
+    std::string text;
+    if (const std::optional<int64_t> count = FrameCount()) {
+      text = ", though it says it holds " + std::to_string(*count) + " frames";
+    }
+    if (end > 0) text += "; --frames A-" + std::to_string(end - 1) + " renders frames before it";
+    return text;
+  }
+
   std::string name_;
-  cv::VideoCapture capture_;
-  std::optional<int64_t> count_;
-  std::optional<double> rate_;
-  int64_t next_ = 0;  // the frame that a read without a seek gives
+  VideoDecoder decoder_;
+  std::optional<VideoFrame> held_;      // the frame decoded last
+  std::optional<VideoFrame> previous_;  // the one decoded before it
+  bool ended_ = false;                  // the stream has no frames after held_
+  cv::Size size_;                       // of the first frame read; every other must match
+  int64_t next_ = 0;                    // the frame that a read without a seek gives
 };
 
 class SequenceReader final : public ClipReader {

@@ -1,4 +1,4 @@
-// Frames of a clip, decoded one at a time: a video file through OpenCV's videoio, or a
+// Frames of a clip, decoded one at a time: a video file through FFmpeg's libraries, or a
 // sequence of numbered pictures.
 #pragma once
 
