@@ -45,15 +45,4 @@ bool CAutoContrast::Render(IEffectHost* /*host*/, const HostFrame* /*source*/, u
   return false;
 }
 
-bool CAutoContrast::SetupGPUFrame(IEffectHost* /*host*/, GPUSetupInfo* /*info*/,
-                                  uintptr_t /*word*/) {
-  return false;
-}
-
-bool CAutoContrast::RenderGPUFrame(IEffectHost* /*host*/, const GPUTextureRef* /*source*/,
-                                   const GPUTextureRef* /*secondSource*/,
-                                   GPUTextureRef* /*destination*/, const RenderInfo* /*info*/) {
-  return false;
-}
-
 }  // namespace vitrella
