@@ -1,6 +1,7 @@
 #include "kernels/memory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <limits>
@@ -27,6 +28,15 @@ uint8_t* BaseOf(void* image) {
 }
 size_t CapacityOf(void* image) {
   return reinterpret_cast<const Header*>(BaseOf(image))->capacity;
+}
+
+// An image of `bytes` straight from the system, with its header.
+uint8_t* SystemImage(size_t bytes) {
+  if (bytes > std::numeric_limits<size_t>::max() - kRowAlignment) return nullptr;
+  void* base = std::aligned_alloc(kRowAlignment, bytes + kRowAlignment);
+  if (base == nullptr) return nullptr;
+  reinterpret_cast<Header*>(base)->capacity = bytes;
+  return static_cast<uint8_t*>(base) + kRowAlignment;
 }
 
 class ImagePool {
@@ -58,14 +68,12 @@ class ImagePool {
     Release(expired);
     if (image != nullptr) return image;
 
-    if (bytes > std::numeric_limits<size_t>::max() - kRowAlignment) return nullptr;
-    void* base = std::aligned_alloc(kRowAlignment, bytes + kRowAlignment);
-    if (base == nullptr) return nullptr;
-    reinterpret_cast<Header*>(base)->capacity = bytes;
+    image = SystemImage(bytes);
+    if (image == nullptr) return nullptr;
     const std::lock_guard<std::mutex> lock(mutex_);
     ++systemAllocations_;
     Lend(bytes);
-    return static_cast<uint8_t*>(base) + kRowAlignment;
+    return image;
   }
 
   void Give(uint8_t* image) {
@@ -157,12 +165,31 @@ class ImagePool {
   uint64_t systemAllocations_ = 0;
 };
 
-// Never destroyed: images that other objects of static lifetime free at exit still find
-// it, and what it holds then stays reachable.
-ImagePool& Pool() {
-  static ImagePool* const pool = new ImagePool();
-  return *pool;
+// Set once the pool is gone, at exit or when the module that holds it is unloaded. A
+// trivial atomic needs no destructor, so it stays readable for objects of static
+// lifetime that are destroyed after the pool and still free images.
+std::atomic<bool> poolClosed{false};
+
+// The pool lives as long as the module: at the end it frees what waits in it, and
+// images given back after that go straight to the system.
+struct ClosingPool {
+  ImagePool pool;
+  ClosingPool() = default;
+  ClosingPool(const ClosingPool&) = delete;
+  ClosingPool& operator=(const ClosingPool&) = delete;
+  ~ClosingPool() {
+    poolClosed.store(true);
+    pool.Empty();
+  }
+};
+
+// Null once the pool is closed.
+ImagePool* Pool() {
+  if (poolClosed.load()) return nullptr;
+  static ClosingPool closing;
+  return &closing.pool;
 }
+
 
 }  // namespace
 
@@ -177,26 +204,33 @@ uint8_t* AllocImage(int32_t width, int32_t height, int32_t pixelBytes, int32_t* 
   if (rounded > std::numeric_limits<int32_t>::max()) return nullptr;
   // One spare row of alignment lets a vector kernel read a little past the last pixel.
   const auto bytes = static_cast<size_t>(rounded) * static_cast<size_t>(height) + kRowAlignment;
-  uint8_t* image = Pool().Take(bytes);
+  ImagePool* pool = Pool();
+  uint8_t* image = pool != nullptr ? pool->Take(bytes) : SystemImage(bytes);
   if (image == nullptr) return nullptr;
   *pitch = static_cast<int32_t>(rounded);
   return image;
 }
 
 void FreeImage(void* image) {
-  if (image != nullptr) Pool().Give(static_cast<uint8_t*>(image));
+  if (image == nullptr) return;
+  if (ImagePool* pool = Pool(); pool != nullptr) {
+    pool->Give(static_cast<uint8_t*>(image));
+  } else {
+    std::free(BaseOf(image));
+  }
 }
 
 void SetImagePoolClock(ImagePoolClock clock) {
-  Pool().SetClock(clock);
+  if (ImagePool* pool = Pool(); pool != nullptr) pool->SetClock(clock);
 }
 
 ImagePoolState ImagePoolNow() {
-  return Pool().State();
+  ImagePool* pool = Pool();
+  return pool != nullptr ? pool->State() : ImagePoolState{};
 }
 
 void EmptyImagePool() {
-  Pool().Empty();
+  if (ImagePool* pool = Pool(); pool != nullptr) pool->Empty();
 }
 
 }  // namespace vitrella::kernels
