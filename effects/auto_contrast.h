@@ -6,6 +6,7 @@
 
 #include "core/effect_base.h"
 #include "gpu/gpu_effect_helper.h"
+#include "kernels/levels.h"
 
 namespace vitrella {
 
@@ -15,6 +16,13 @@ struct AutoContrastValues {
   float vibrance;   // V: above 0.5 away from grey, below toward it
 };
 AutoContrastValues ReadAutoContrast(IEffectHost* host);
+
+// The stretch that the histogram of the blurred inner picture gives, on bytes and on
+// floats.
+kernels::ByteLevels AutoContrastByteLevels(const kernels::RgbHistogram& histogram,
+                                           AutoContrastValues values);
+kernels::FloatLevels AutoContrastFloatLevels(const kernels::RgbHistogram& histogram,
+                                             AutoContrastValues values);
 
 class CAutoContrast final : public EffectBase<CAutoContrast, GPUEffectHelper> {
  public:

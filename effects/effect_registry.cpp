@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/rolling_shutter.h"
 #include "effects/spotlight.h"
@@ -19,7 +20,7 @@ IVideoEffect* Make() {
 
 // One explicit entry per index. An effect that is not built yet answers null.
 constexpr EffectFactory kEffects[kEffectCount] = {
-    nullptr,                      // 0 Auto Contrast
+    &Make<CAutoContrast>,         // 0 Auto Contrast
     nullptr,                      // 1 Diffusion
     nullptr,                      // 2 Dual Booster
     &Make<CEdgeSmoother>,         // 3 Edge Smoother

@@ -17,6 +17,7 @@
 #include "common/fake_host.h"
 #include "common/kernel_variants.h"
 #include "common/test_frame.h"
+#include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/rolling_shutter.h"
 #include "effects/spotlight.h"
@@ -63,6 +64,8 @@ EffectCase Case(std::string name, std::vector<GoldenSetting> goldens) {
 
 // Every effect, one line each.
 const EffectCase kEffects[] = {
+    Case<CAutoContrast>("Auto Contrast",
+                        {{"Big Boost"}, {"Stark Gray"}, {"Flat"}, {"Reset to None"}}),
     Case<CEdgeSmoother>(
         "Edge Smoother",
         {{"Font Smoothing - Strong"}, {"Smooth SD to HD Upres"}, {"Font Smoothing - Weak"}}),
