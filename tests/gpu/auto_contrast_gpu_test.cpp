@@ -82,7 +82,7 @@ Counts CountOf(const cv::Mat& bgra) {
   Counts counts{};
   for (int y = 0; y < bgra.rows; ++y) {
     for (int x = 0; x < bgra.cols; ++x) {
-      const cv::Vec4b p = bgra.at<cv::Vec4b>(y, x);
+      const cv::Vec4b& p = bgra.at<cv::Vec4b>(y, x);
       ++counts[p[2]][0];
       ++counts[p[1]][1];
       ++counts[p[0]][2];

@@ -151,7 +151,7 @@ Picture<uint8_t> PhotographCrop(int32_t x, int32_t y, int32_t width, int32_t hei
   if (bgr.cols < x + width || bgr.rows < y + height) return picture;
   for (int32_t row = 0; row < height; ++row) {
     for (int32_t col = 0; col < width; ++col) {
-      const cv::Vec3b p = bgr.at<cv::Vec3b>(y + row, x + col);
+      const cv::Vec3b& p = bgr.at<cv::Vec3b>(y + row, x + col);
       picture.pixels.push_back({p[2], p[1], p[0]});
     }
   }
