@@ -20,14 +20,17 @@ bool Listed(const std::string& extensions, const std::string& name) {
 
 // VITRELLA_GL_HIDE, a comma list of "scatter", "query" or "all", makes the context look as
 // if it lacked what each way of the GPU histogram needs, so that one machine can render
-// through either way, or through neither. Other words are ignored.
+// through either way, or through neither. Blanks around a word do not count; other words
+// are ignored.
 void HideHistogramExtensions(uint8_t* flags) {
   const char* list = std::getenv("VITRELLA_GL_HIDE");
   if (list == nullptr) return;
   std::string rest = list;
   while (!rest.empty()) {
     const size_t comma = rest.find(',');
-    const std::string word = rest.substr(0, comma);
+    std::string word = rest.substr(0, comma);
+    word.erase(0, word.find_first_not_of(' '));
+    word.erase(word.find_last_not_of(' ') + 1);
     rest = comma == std::string::npos ? "" : rest.substr(comma + 1);
     if (word == "scatter" || word == "all") {
       flags[kGLPixelBufferObject] = 0;

@@ -53,7 +53,7 @@ TEST(AutoContrastGpu, TakesTheGpuOnlyWhereAHistogramCanBeCounted) {
   const struct {
     const char* hidden;
     bool accepted;
-  } cases[] = {{"", true},     {"scatter", true}, {"query", true}, {"scatter,query", false},
+  } cases[] = {{"", true},     {"scatter", true}, {"query", true}, {"scatter, query", false},
                {"all", false}, {"nonsense", true}};
   for (const auto& c : cases) {
     auto services = ServicesHiding(c.hidden);
