@@ -59,17 +59,23 @@ bool ScatterWay(Frame& f) {
   f.gpu.SetupView(10.0, 10.0);
   if (!f.histogram.ScatterHistogram(HistogramSource(f, unswizzle), &counts)) return false;
 
+  // The white level's floor differs by depth as on the CPU: 256 - I × 128 levels on 8 bits,
+  // which keeps a level of 255 from quite reaching 255, and (1 - I / 2) of the full scale
+  // in float, which leaves a float picture at I = 0 as it was.
+  const bool eightBit = !IsFloatFormat(f.source.format);
   f.gpu.SetRenderTarget(&levels, false);
   f.gpu.BeginPass(limits);
+  limits.SetInt("bEightBit", eightBit ? 1 : 0);
   limits.SetFloat("fScaleMax", f.intensity * 0.14f);
   limits.SetFloat("fAValue", f.intensity * 255.0f);
-  limits.SetFloat("fBValue", 256.0f - f.intensity * 128.0f);
+  limits.SetFloat("fBValue",
+                  eightBit ? 256.0f - f.intensity * 128.0f : (1.0f - f.intensity * 0.5f) * 255.0f);
   f.gpu.DrawQuad(&counts, false, nullptr);
 
   f.gpu.SetRenderTarget(&f.result, false);
   f.gpu.BeginPass(apply);
   apply.SetInt("SwapChannelsSrc0", SwapFlag(f.source.format));
-  apply.SetInt("bEightBit", IsFloatFormat(f.source.format) ? 0 : 1);
+  apply.SetInt("bEightBit", eightBit ? 1 : 0);
   apply.SetFloat("fVibVal", f.vibrance);
   apply.SetFloat("fSign", f.sign);
   f.gpu.DrawQuad2(&f.source, &levels);

@@ -4,8 +4,9 @@
 // bucket from below where a plane's running sum passes it, at most fAValue; the white
 // level the first from above, at least fBValue. A down scan that finds nothing leaves the
 // peak count as the white level, as the CPU does. Every texel of the target gets
-// (black, white) in r and g, in levels. Counts are whole numbers in floats, exact up to
-// 2^24 pixels.
+// (black, white) in r and g, in levels: whole levels for an 8-bit source (bEightBit 1),
+// as the CPU truncates them there, and unrounded for a float source, as on the CPU's
+// float path. Counts are whole numbers in floats, exact up to 2^24 pixels.
 #version 120
 struct Stage {
   vec2 vScaleTEXi;
@@ -16,6 +17,7 @@ uniform sampler2D Texture0_texture;
 uniform float fScaleMax;
 uniform float fAValue;
 uniform float fBValue;
+uniform int bEightBit;
 
 vec3 Count(int bucket) {
   vec2 at = vec2(float(bucket), 0.0) * Texture0.vScaleTEXi + Texture0.vShiftTEXi;
@@ -39,7 +41,7 @@ void main() {
       break;
     }
   }
-  black = floor(min(black, fAValue));
+  black = min(black, fAValue);
 
   float white = peak;
   sum = vec3(0.0);
@@ -50,6 +52,10 @@ void main() {
       break;
     }
   }
-  white = floor(max(white, fBValue));
+  white = max(white, fBValue);
+  if (bEightBit == 1) {
+    black = floor(black);
+    white = floor(white);
+  }
   gl_FragColor = vec4(black, white, 0.0, 1.0);
 }

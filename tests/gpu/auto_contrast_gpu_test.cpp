@@ -176,10 +176,17 @@ cv::Mat FloatApply(const cv::Mat& bgra, double lo, double range, Values v) {
   return out;
 }
 
-// The scatter way on a float picture: the same levels over 255, the float apply.
+// The scatter way on a float picture: the CPU's float levels, from the same buckets, and
+// its float apply.
 cv::Mat ScatterFloatExpected(const cv::Mat& bgra, Values v) {
-  const auto [lo, hi] = EightBitLevels(bgra, v);
-  return FloatApply(bgra, lo / 255.0, std::max((hi - lo) / 255.0, 0.0000001), v);
+  const Counts counts = CountOf(bgra);
+  const auto threshold =
+      static_cast<int64_t>(static_cast<float>(PeakOf(counts)) * (v.intensity * 0.14f));
+  const int up = Scan(counts, threshold, 0, 1);
+  const int down = Scan(counts, threshold, 255, -1);
+  const double lo = std::min<double>(up < 0 ? 255 : up, v.intensity * 255.0) / 255.0;
+  const double hi = std::max<double>(down / 255.0, 1.0 - v.intensity * 0.5);
+  return FloatApply(bgra, lo, std::max(hi - lo, 0.0000001), v);
 }
 
 // The query way: levels at the middles of the buckets, in 256ths, and the float apply.
@@ -237,6 +244,10 @@ TEST_F(AutoContrastWays, ScatterWayMatchesTheEightBitRulesExactly) {
     const cv::Mat gpu = Render(*services, picture, v, PixelFormat32FARGB, RowOrder::kTopFirst);
     EXPECT_LE(cv::norm(gpu, ScatterFloatExpected(picture, v), cv::NORM_INF), 1.0)
         << "I " << v.intensity << " V " << v.vibrance << ", float";
+    // At I = 0 the float levels are 0 and 1: the picture stays as it was, white included.
+    if (v.intensity == 0.0f) {
+      EXPECT_EQ(cv::norm(gpu, picture, cv::NORM_INF), 0.0);
+    }
   }
 }
 
