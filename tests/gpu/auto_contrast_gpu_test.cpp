@@ -91,41 +91,46 @@ Counts CountOf(const cv::Mat& bgra) {
   return counts;
 }
 
-int64_t PeakOf(const Counts& counts) {
-  int64_t peak = 0;
-  for (const auto& bucket : counts)
-    peak = std::max({peak, bucket[0], bucket[1], bucket[2]});
-  return peak;
-}
-
-// The first bucket from `first` in steps of `step` where a plane's running sum passes the
-// threshold, or -1.
-int Scan(const Counts& counts, int64_t threshold, int first, int step) {
-  std::array<int64_t, 3> sums{};
-  for (int i = first; i >= 0 && i < 256; i += step) {
-    for (size_t c = 0; c < 3; ++c) {
-      sums[c] += counts[static_cast<size_t>(i)][c];
-      if (sums[c] > threshold) return i;
-    }
-  }
-  return -1;
-}
-
 struct Values {
   float intensity, vibrance;
 };
 
-// The scatter way's levels: the CPU's 8-bit analysis, of the whole picture.
-std::pair<int, int> EightBitLevels(const cv::Mat& bgra, Values v) {
+// The analysis of the whole picture: the strongest bucket, and the first buckets from
+// below and from above where a plane's running sum passes the threshold (-1 for none).
+// The scatter way takes the threshold in floats, on the card, the query way in doubles.
+struct Found {
+  int64_t peak = 0;
+  int up = -1, down = -1;
+};
+Found Analyse(const cv::Mat& bgra, Values v, bool onTheCard) {
   const Counts counts = CountOf(bgra);
-  const int64_t peak = PeakOf(counts);
-  const auto threshold = static_cast<int64_t>(static_cast<float>(peak) * (v.intensity * 0.14f));
-  const int up = Scan(counts, threshold, 0, 1);
-  const int down = Scan(counts, threshold, 255, -1);
-  const auto lo = static_cast<int>(std::min<float>(up < 0 ? 255 : up, v.intensity * 255.0f));
-  const auto hi = static_cast<int>(
-      std::max<float>(down < 0 ? static_cast<float>(peak) : static_cast<float>(down),
-                      256.0f - v.intensity * 128.0f));
+  Found found;
+  for (const auto& bucket : counts)
+    found.peak = std::max({found.peak, bucket[0], bucket[1], bucket[2]});
+  const auto threshold =
+      onTheCard ? static_cast<int64_t>(static_cast<float>(found.peak) * (v.intensity * 0.14f))
+                : static_cast<int64_t>(static_cast<double>(found.peak) * 0.14 * v.intensity);
+  auto scan = [&](int first, int step) {
+    std::array<int64_t, 3> sums{};
+    for (int i = first; i >= 0 && i < 256; i += step) {
+      for (size_t c = 0; c < 3; ++c) {
+        sums[c] += counts[static_cast<size_t>(i)][c];
+        if (sums[c] > threshold) return i;
+      }
+    }
+    return -1;
+  };
+  found.up = scan(0, 1);
+  found.down = scan(255, -1);
+  return found;
+}
+
+// The scatter way's levels on 8 bits: the CPU's 8-bit analysis.
+std::pair<int, int> EightBitLevels(const cv::Mat& bgra, Values v) {
+  const Found f = Analyse(bgra, v, true);
+  const auto lo = static_cast<int>(std::min<float>(f.up < 0 ? 255 : f.up, v.intensity * 255.0f));
+  const auto hi = static_cast<int>(std::max<float>(static_cast<float>(f.down < 0 ? f.peak : f.down),
+                                                   256.0f - v.intensity * 128.0f));
   return {lo, hi};
 }
 
@@ -176,29 +181,20 @@ cv::Mat FloatApply(const cv::Mat& bgra, double lo, double range, Values v) {
   return out;
 }
 
-// The scatter way on a float picture: the CPU's float levels, from the same buckets, and
-// its float apply.
+// The scatter way on a float picture: the CPU's float levels from the same buckets.
 cv::Mat ScatterFloatExpected(const cv::Mat& bgra, Values v) {
-  const Counts counts = CountOf(bgra);
-  const auto threshold =
-      static_cast<int64_t>(static_cast<float>(PeakOf(counts)) * (v.intensity * 0.14f));
-  const int up = Scan(counts, threshold, 0, 1);
-  const int down = Scan(counts, threshold, 255, -1);
-  const double lo = std::min<double>(up < 0 ? 255 : up, v.intensity * 255.0) / 255.0;
-  const double hi = std::max<double>(down / 255.0, 1.0 - v.intensity * 0.5);
+  const Found f = Analyse(bgra, v, true);
+  const double lo = std::min<double>(f.up < 0 ? 255 : f.up, v.intensity * 255.0) / 255.0;
+  const double hi = std::max<double>(f.down / 255.0, 1.0 - v.intensity * 0.5);
   return FloatApply(bgra, lo, std::max(hi - lo, 0.0000001), v);
 }
 
-// The query way: levels at the middles of the buckets, in 256ths, and the float apply.
+// The query way: levels at the middles of the buckets, in 256ths; none found gives 0.
 cv::Mat QueryExpected(const cv::Mat& bgra, Values v) {
-  const Counts counts = CountOf(bgra);
-  const auto threshold =
-      static_cast<int64_t>(static_cast<double>(PeakOf(counts)) * 0.14 * v.intensity);
-  const int up = Scan(counts, threshold, 0, 1);
-  const int down = Scan(counts, threshold, 255, -1);
-  const double lo = up < 0 ? 0.0 : std::min(up + 0.5, v.intensity * 256.0);
+  const Found f = Analyse(bgra, v, false);
+  const double lo = f.up < 0 ? 0.0 : std::min(f.up + 0.5, v.intensity * 256.0);
   const double hi =
-      down < 0 ? 0.0 : std::max(down + 0.5, std::trunc((1.0 - v.intensity * 0.5) * 256.0));
+      f.down < 0 ? 0.0 : std::max(f.down + 0.5, std::trunc((1.0 - v.intensity * 0.5) * 256.0));
   return FloatApply(bgra, lo / 256.0, (hi - lo) / 256.0, v);
 }
 
