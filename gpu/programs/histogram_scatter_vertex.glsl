@@ -1,5 +1,6 @@
 // One byte of one pixel as a point on the histogram target of nBuckets by 1: the point
-// falls on the centre of the pixel whose index is the byte's value. Depth plays no part.
+// falls on the centre of the pixel whose index is the byte's value. Counting runs without
+// the depth test, so z is free.
 #version 120
 attribute float Color;
 uniform float nBuckets;
