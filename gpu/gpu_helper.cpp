@@ -74,14 +74,14 @@ void GPUHelper::SetProjection(double width, double height) {
   glOrtho(-halfWidth_, halfWidth_, -halfHeight_, halfHeight_, 2.0, 12.0);
 }
 
-void GPUHelper::SetRenderTarget(const GPUTextureRef* target, bool flag) {
+bool GPUHelper::SetRenderTarget(const GPUTextureRef* target, bool flag) {
   targetFlag_ = 0;
-  if (services_ == nullptr) return;
+  if (services_ == nullptr) return false;
   // A failed bind keeps the old size: the pass draws on.
-  if (services_->SetRenderTarget(context_, target, 0, 0, flag ? 1 : 0)) {
-    targetWidth_ = target != nullptr ? target->width : 0;
-    targetHeight_ = target != nullptr ? target->height : 0;
-  }
+  if (!services_->SetRenderTarget(context_, target, 0, 0, flag ? 1 : 0)) return false;
+  targetWidth_ = target != nullptr ? target->width : 0;
+  targetHeight_ = target != nullptr ? target->height : 0;
+  return true;
 }
 
 bool GPUHelper::BeginPass(ProgramBundle& bundle) {
@@ -230,6 +230,25 @@ void GPUHelper::ReleaseTarget(GPUTextureRef* texture) {
   if (texture->texture->IsValid()) --liveTextures_;
   services_->ReleaseTexture(texture);
   texture->texture = nullptr;
+}
+
+IGPUBuffer* GPUHelper::CreateBuffer(uint32_t bytes, uint32_t usage) {
+  if (services_ == nullptr) return nullptr;
+  IGPUBuffer* buffer = nullptr;
+  if (!services_->CreateBuffer(context_, &buffer, nullptr, bytes, usage, 0, 0)) {
+    // A host may hand out an object that it then calls a failure; it is still its to free.
+    if (buffer != nullptr) services_->ReleaseBuffer(buffer);
+    return nullptr;
+  }
+  if (buffer == nullptr) return nullptr;
+  ++liveBuffers_;
+  return buffer;
+}
+
+void GPUHelper::ReleaseBuffer(IGPUBuffer* buffer) {
+  if (services_ == nullptr || buffer == nullptr) return;
+  if (buffer->IsValid()) --liveBuffers_;
+  services_->ReleaseBuffer(buffer);
 }
 
 bool GPUHelper::CreateProgram(ProgramBundle& bundle, int vertexId, int fragmentId) {

@@ -35,9 +35,12 @@ class GPUHelper : public ARBHelper, private GLGuard {
   void SetProjection(double width, double height);
 
   // Binds a target (null: the default); on success its size becomes the target size.
-  void SetRenderTarget(const GPUTextureRef* target, bool flag);
+  // Answers whether the host bound it; a pass may draw on regardless.
+  bool SetRenderTarget(const GPUTextureRef* target, bool flag);
   // BeginPass on the bundle with the target size; the bundle becomes the current one.
   bool BeginPass(ProgramBundle& bundle);
+  // No bundle is current any more: for a pass whose bundle goes before the next BeginPass.
+  void EndPass() { current_ = nullptr; }
 
   // rect: (x0, y0, x1, y1) as fractions of the target, the whole target when null.
   void DrawQuad(const GPUTextureRef* texture, bool flip, const float* rect);
@@ -67,6 +70,9 @@ class GPUHelper : public ARBHelper, private GLGuard {
   void ReleaseTarget(GPUTextureRef* texture);
   bool CreateProgram(ProgramBundle& bundle, int vertexId, int fragmentId);
   void ReleaseProgram(ProgramBundle& bundle);
+  // A buffer of `bytes` without contents; null on failure.
+  IGPUBuffer* CreateBuffer(uint32_t bytes, uint32_t usage);
+  void ReleaseBuffer(IGPUBuffer* buffer);
 
   // Whether this context can create each program of the list, tried in turn until one
   // fails. Binds the table itself when nobody has filled it; an empty list only binds.

@@ -364,6 +364,8 @@ bool EglServices::CreateBuffer(IGLContext* /*context*/, IGPUBuffer** out, const 
                                uintptr_t /*reserved2*/) {
   if (out == nullptr) return false;
   *out = nullptr;
+  while (glGetError() != GL_NO_ERROR) {
+  }
   GLuint id = 0;
   glGenBuffers(1, &id);
   glBindBuffer(GL_ARRAY_BUFFER, id);

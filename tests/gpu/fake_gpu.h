@@ -93,6 +93,19 @@ class FakeTexture final : public IGPUTexture {
   bool VITRELLA_CALL IsValid() override { return true; }
 };
 
+class FakeBuffer final : public IGPUBuffer {
+ public:
+  Result VITRELLA_CALL QueryInterface(const Guid& /*iid*/, void** out) override {
+    *out = nullptr;
+    return kNoInterface;
+  }
+  uint32_t VITRELLA_CALL AddRef() override { return 1; }
+  uint32_t VITRELLA_CALL Release() override { return 1; }
+  void VITRELLA_CALL Bind(uint32_t /*target*/) override { ++binds; }
+  bool VITRELLA_CALL IsValid() override { return true; }
+  int binds = 0;
+};
+
 class FakeServices final : public IGPUServices {
  public:
   Result VITRELLA_CALL QueryInterface(const Guid& /*iid*/, void** out) override {
@@ -112,11 +125,16 @@ class FakeServices final : public IGPUServices {
     *out = GPUTextureRef{&texture, format, width, height, width, height, 0, 0, 0};
     return true;
   }
+  // Buffers likewise, by `buffersLeft`.
   bool VITRELLA_CALL CreateBuffer(IGLContext* /*context*/, IGPUBuffer** out, const void* /*data*/,
                                   uint32_t /*bytes*/, uint32_t /*usage*/, uintptr_t /*reserved1*/,
                                   uintptr_t /*reserved2*/) override {
+    ++bufferCreations;
     *out = nullptr;
-    return false;
+    if (buffersLeft <= 0) return false;
+    --buffersLeft;
+    *out = &buffer;
+    return true;
   }
   bool VITRELLA_CALL CreateProgram(IGLContext* /*context*/, IGPUProgram** out,
                                    const char* /*vertexText*/, const char* /*fragmentText*/,
@@ -135,7 +153,7 @@ class FakeServices final : public IGPUServices {
     *out = programs.back();
     return true;
   }
-  void VITRELLA_CALL ReleaseBuffer(IGPUBuffer* /*buffer*/) override {}
+  void VITRELLA_CALL ReleaseBuffer(IGPUBuffer* /*buffer*/) override { ++bufferReleases; }
   void VITRELLA_CALL ReleaseTexture(GPUTextureRef* /*texture*/) override { ++textureReleases; }
   void VITRELLA_CALL ReleaseProgram(IGPUProgram* /*program*/) override { ++releases; }
   bool VITRELLA_CALL SetRenderTarget(IGLContext* /*context*/, const GPUTextureRef* /*target*/,
@@ -166,6 +184,10 @@ class FakeServices final : public IGPUServices {
   int texturesLeft = 0;
   int textureCreations = 0;
   int textureReleases = 0;
+  FakeBuffer buffer;
+  int buffersLeft = 0;
+  int bufferCreations = 0;
+  int bufferReleases = 0;
 };
 
 class FakeContext final : public IGLContext {
