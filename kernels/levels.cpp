@@ -19,16 +19,23 @@ int32_t AlphaOf(ColourPositions at) {
   return 6 - at.blue - at.green - at.red;
 }
 
-// Two sets of counts, for even and odd pixels, so that neighbouring pixels of one value do
-// not wait on each other's increments.
+// Four sets of counts, one for each of four neighbouring pixels: neighbours of a smooth
+// picture often share a value, and one set each keeps their increments from waiting on
+// each other.
 struct SplitCounts {
-  uint32_t counts[2][3][kLevelBuckets] = {};
+  static constexpr int kSets = vector::kCountSets;
+  // One bucket past the last takes what is not counted, so that vector code needs no
+  // branch for it.
+  uint32_t counts[kSets][3][vector::kCountBuckets] = {};
 
   void SumInto(RgbHistogram* out) const {
     for (int32_t k = 0; k < kLevelBuckets; ++k) {
-      out->red[k] = counts[0][0][k] + counts[1][0][k];
-      out->green[k] = counts[0][1][k] + counts[1][1][k];
-      out->blue[k] = counts[0][2][k] + counts[1][2][k];
+      out->red[k] = out->green[k] = out->blue[k] = 0;
+      for (const auto& set : counts) {
+        out->red[k] += set[0][k];
+        out->green[k] += set[1][k];
+        out->blue[k] += set[2][k];
+      }
     }
   }
 };
@@ -48,29 +55,27 @@ Status HistogramRgb8u_C4(ConstImageView src, ColourPositions at, RgbHistogram* o
   if (Status s = CheckView(src); s != kOk) return s;
   if (!ValidPositions(at)) return kBadChannel;
   SplitCounts split;
-  auto& even = split.counts[0];
-  auto& odd = split.counts[1];
   const uint32_t redShift = 8 * static_cast<uint32_t>(at.red);
   const uint32_t greenShift = 8 * static_cast<uint32_t>(at.green);
   const uint32_t blueShift = 8 * static_cast<uint32_t>(at.blue);
+  const auto count = [&](auto& set, uint32_t px) {
+    ++set[0][(px >> redShift) & 0xFF];
+    ++set[1][(px >> greenShift) & 0xFF];
+    ++set[2][(px >> blueShift) & 0xFF];
+  };
   for (int32_t y = 0; y < src.height; ++y) {
     const uint8_t* row = src.Row(y);
     int32_t x = 0;
-    for (; x + 2 <= src.width; x += 2) {
-      uint32_t p[2];
-      std::memcpy(p, row + 4 * x, 8);
-      ++even[0][(p[0] >> redShift) & 0xFF];
-      ++even[1][(p[0] >> greenShift) & 0xFF];
-      ++even[2][(p[0] >> blueShift) & 0xFF];
-      ++odd[0][(p[1] >> redShift) & 0xFF];
-      ++odd[1][(p[1] >> greenShift) & 0xFF];
-      ++odd[2][(p[1] >> blueShift) & 0xFF];
+    for (; x + SplitCounts::kSets <= src.width; x += SplitCounts::kSets) {
+      uint32_t p[SplitCounts::kSets];
+      std::memcpy(p, row + 4 * x, sizeof(p));
+      for (int i = 0; i < SplitCounts::kSets; ++i)
+        count(split.counts[i], p[i]);
     }
     for (; x < src.width; ++x) {
-      const uint8_t* px = row + 4 * x;
-      ++even[0][px[at.red]];
-      ++even[1][px[at.green]];
-      ++even[2][px[at.blue]];
+      uint32_t p;
+      std::memcpy(&p, row + 4 * x, 4);
+      count(split.counts[0], p);
     }
   }
   split.SumInto(out);
@@ -96,11 +101,15 @@ Status HistogramRgb32f_C4(ConstImageView src, ColourPositions at, RgbHistogram* 
     }
     ++counts[k];
   };
+  const int32_t at3[3] = {at.red, at.green, at.blue};
+  const bool vectors = !UseReferenceKernels();
   for (int32_t y = 0; y < src.height; ++y) {
     const auto* row = src.Row<const float>(y);
-    for (int32_t x = 0; x < src.width; ++x) {
+    const int32_t done =
+        vectors ? vector::CountRow32f_C4(row, src.width, at3, kBounds.data(), split.counts) : 0;
+    for (int32_t x = done; x < src.width; ++x) {
       const float* px = row + 4 * x;
-      auto& set = split.counts[x & 1];
+      auto& set = split.counts[x & (SplitCounts::kSets - 1)];
       count(set[0], px[at.red]);
       count(set[1], px[at.green]);
       count(set[2], px[at.blue]);

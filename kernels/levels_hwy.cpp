@@ -122,6 +122,48 @@ int32_t StretchRow32f_C4(const float* in, float* out, int32_t width, bool inAlph
   return x;
 }
 
+// The bucket of each value from the estimate v * 257, which is off by at most one, settled
+// against the two boundaries around it; values outside, NaN included, go to the spare
+// bucket.
+int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], const float* bounds,
+                       uint32_t counts[vector::kCountSets][3][vector::kCountBuckets]) {
+  const hn::ScalableTag<float> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  using V = hn::Vec<decltype(d)>;
+  constexpr int32_t kMostLanes = HWY_MAX_BYTES / 4;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+  const auto zero = hn::Zero(d);
+  const auto top = hn::Set(d, bounds[kLevelBuckets]);
+  const auto perUnit = hn::Set(d, 257.0f);
+  const auto last = hn::Set(di, kLevelBuckets - 1);
+  const auto spare = hn::Set(di, kLevelBuckets);
+  HWY_ALIGN int32_t buckets[3][kMostLanes];
+  int32_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    V v[4];
+    hn::LoadInterleaved4(d, in + 4 * x, v[0], v[1], v[2], v[3]);
+    for (int c = 0; c < 3; ++c) {
+      const V value = v[at[c]];
+      const auto counted = hn::And(hn::Ge(value, zero), hn::Lt(value, top));
+      // Values not counted may give any estimate; it is limited before the lookups.
+      auto k = hn::Min(hn::Max(hn::ConvertTo(di, hn::Mul(value, perUnit)), hn::Zero(di)), last);
+      const V below = hn::GatherIndex(d, bounds, k);
+      const V above = hn::GatherIndex(d, bounds + 1, k);
+      k = hn::Add(k, hn::VecFromMask(di, hn::RebindMask(di, hn::Lt(value, below))));
+      k = hn::Sub(k, hn::VecFromMask(di, hn::RebindMask(di, hn::Ge(value, above))));
+      k = hn::IfThenElse(hn::RebindMask(di, counted), k, spare);
+      hn::Store(k, di, buckets[c]);
+    }
+    for (int32_t i = 0; i < lanes; ++i) {
+      auto& set = counts[(x + i) & (vector::kCountSets - 1)];
+      ++set[0][buckets[0][i]];
+      ++set[1][buckets[1][i]];
+      ++set[2][buckets[2][i]];
+    }
+  }
+  return x;
+}
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -130,6 +172,12 @@ namespace vitrella::kernels::vector {
 
 HWY_EXPORT(StretchRow8u_C4);
 HWY_EXPORT(StretchRow32f_C4);
+HWY_EXPORT(CountRow32f_C4);
+
+int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], const float* bounds,
+                       uint32_t counts[kCountSets][3][kCountBuckets]) {
+  return HWY_DYNAMIC_DISPATCH(CountRow32f_C4)(in, width, at, bounds, counts);
+}
 
 void StretchRow8u_C4(const uint8_t* in, uint8_t* out, int32_t width, const int32_t inShifts[4],
                      const int32_t outShifts[4], const ByteLevels& levels) {
