@@ -16,6 +16,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "common/fake_host.h"
+#include "common/hidden_ways.h"
 #include "effects/auto_contrast.h"
 #include "host/egl_services.h"
 #include "host/gpu_render.h"
@@ -27,21 +28,7 @@ namespace {
 
 using host::RowOrder;
 
-// Services made while VITRELLA_GL_HIDE holds `hidden`; the variable is restored after.
-std::unique_ptr<host::EglServices> ServicesHiding(const char* hidden) {
-  const char* before = std::getenv("VITRELLA_GL_HIDE");
-  const std::string saved = before != nullptr ? before : "";
-  setenv("VITRELLA_GL_HIDE", hidden, 1);
-  std::string reason;
-  auto services = host::CreateEglServices(&reason);
-  if (before != nullptr) {
-    setenv("VITRELLA_GL_HIDE", saved.c_str(), 1);
-  } else {
-    unsetenv("VITRELLA_GL_HIDE");
-  }
-  EXPECT_NE(services, nullptr) << "no OpenGL context: " << reason;
-  return services;
-}
+using testing::ServicesHiding;
 
 struct EffectRef {
   CAutoContrast* effect = new CAutoContrast();
