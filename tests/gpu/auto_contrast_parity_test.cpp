@@ -98,7 +98,8 @@ TEST(AutoContrastParity, EveryPresetOnEachWayStaysWithinItsDerivedTolerance) {
     auto services = testing::ServicesHiding(way == std::string("scatter") ? "query" : "scatter");
     ASSERT_NE(services, nullptr);
     for (uint32_t preset = 0; const char* name = effect->GetPresetName(preset); ++preset) {
-      const std::vector<ParamValue> values = testing::EffectValues(effect, static_cast<int>(preset));
+      const std::vector<ParamValue> values =
+          testing::EffectValues(effect, static_cast<int>(preset));
       testing::FakeHost params(values);
       const AutoContrastValues v{values[0].slider, values[1].slider};
       const double tolerance =

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include <opencv2/imgcodecs.hpp>
@@ -197,6 +199,43 @@ TEST_F(VitrellaRender, TheGpuPathGivesTheCpuPictureAndRefusesEffectsWithoutOne) 
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
   EXPECT_NE(run.err.find("GPU"), std::string::npos) << run.err;
+  EXPECT_FALSE(std::filesystem::exists(refused));
+}
+
+// Auto Contrast by name and by every preset on the CPU, and on the GPU through each way of
+// counting its histogram, which VITRELLA_GL_HIDE picks; with neither, --gpu is refused.
+TEST_F(VitrellaRender, AutoContrastRendersEveryPresetAndOnEachHistogramWay) {
+  for (const char* preset :
+       {"Big Boost", "Bold", "Flat", "Medium", "Mild", "Reset to None", "Stark Gray", "Subtle"}) {
+    const cv::Mat out = Render(
+        {"render", "--effect", "Auto Contrast", "--preset", preset, kPhotograph}, "contrast.png");
+    ASSERT_FALSE(out.empty()) << preset;
+  }
+  // Small, for the query way draws the picture 768 times in software.
+  cv::Mat small;
+  cv::resize(*input_, small, cv::Size(64, 48), 0, 0, cv::INTER_AREA);
+  const std::string input = OutputPath("small.png");
+  ASSERT_TRUE(cv::imwrite(input, small));
+  const auto hiding = [](const char* ways) { setenv("VITRELLA_GL_HIDE", ways, 1); };
+  const cv::Mat cpu = Render({"render", "--effect", "Auto Contrast", "--preset", "Mild", input},
+                             "contrast_cpu.png");
+  for (const char* hidden : {"query", "scatter"}) {
+    hiding(hidden);
+    const cv::Mat gpu =
+        Render({"render", "--gpu", "--effect", "Auto Contrast", "--preset", "Mild", input},
+               "contrast_gpu.png");
+    ASSERT_EQ(gpu.size(), cpu.size()) << hidden;
+    // The GPU measures the whole picture unblurred, so its levels are its own (the parity
+    // test bounds how far); alpha goes through as it was.
+    EXPECT_TRUE(Same(Channel(gpu, 3), Channel(cpu, 3))) << hidden;
+  }
+  hiding("all");
+  const std::string refused = OutputPath("contrast_refused.png");
+  const RunResult run =
+      RunVitrella({"render", "--gpu", "--effect", "Auto Contrast", input, refused});
+  unsetenv("VITRELLA_GL_HIDE");
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_NE(run.err.find("refuses the GPU"), std::string::npos) << run.err;
   EXPECT_FALSE(std::filesystem::exists(refused));
 }
 
