@@ -106,7 +106,7 @@ Status HistogramRgb32f_C4(ConstImageView src, ColourPositions at, RgbHistogram* 
   for (int32_t y = 0; y < src.height; ++y) {
     const auto* row = src.Row<const float>(y);
     const int32_t done =
-        vectors ? vector::CountRow32f_C4(row, src.width, at3, kBounds.data(), split.counts) : 0;
+        vectors ? vector::CountRow32f_C4(row, src.width, at3, top, split.counts) : 0;
     for (int32_t x = done; x < src.width; ++x) {
       const float* px = row + 4 * x;
       auto& set = split.counts[x & (SplitCounts::kSets - 1)];

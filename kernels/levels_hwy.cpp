@@ -124,8 +124,9 @@ int32_t StretchRow32f_C4(const float* in, float* out, int32_t width, bool inAlph
 
 // The bucket of each value from the estimate v * 257, which is off by at most one, settled
 // against the two boundaries around it; values outside, NaN included, go to the spare
-// bucket.
-int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], const float* bounds,
+// bucket. The boundaries are computed as k * step in floats, as the table of the plain
+// loop holds them, which is cheaper than gathering them; `top` is the last one.
+int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], float top,
                        uint32_t counts[vector::kCountSets][3][vector::kCountBuckets]) {
   const hn::ScalableTag<float> d;
   const hn::RebindToSigned<decltype(d)> di;
@@ -133,10 +134,12 @@ int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], cons
   constexpr int32_t kMostLanes = HWY_MAX_BYTES / 4;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
   const auto zero = hn::Zero(d);
-  const auto top = hn::Set(d, bounds[kLevelBuckets]);
+  const auto end = hn::Set(d, top);
   const auto perUnit = hn::Set(d, 257.0f);
   const auto last = hn::Set(di, kLevelBuckets - 1);
   const auto spare = hn::Set(di, kLevelBuckets);
+  const auto one = hn::Set(di, 1);
+  const auto step = hn::Set(d, kFloatLevelStep);
   HWY_ALIGN int32_t buckets[3][kMostLanes];
   int32_t x = 0;
   for (; x + lanes <= width; x += lanes) {
@@ -144,11 +147,12 @@ int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], cons
     hn::LoadInterleaved4(d, in + 4 * x, v[0], v[1], v[2], v[3]);
     for (int c = 0; c < 3; ++c) {
       const V value = v[at[c]];
-      const auto counted = hn::And(hn::Ge(value, zero), hn::Lt(value, top));
+      const auto counted = hn::And(hn::Ge(value, zero), hn::Lt(value, end));
       // Values not counted may give any estimate; it is limited before the lookups.
       auto k = hn::Min(hn::Max(hn::ConvertTo(di, hn::Mul(value, perUnit)), hn::Zero(di)), last);
-      const V below = hn::GatherIndex(d, bounds, k);
-      const V above = hn::GatherIndex(d, bounds + 1, k);
+      // The boundaries as the table holds them, k * step in floats, computed here.
+      const V below = hn::Mul(hn::ConvertTo(d, k), step);
+      const V above = hn::Mul(hn::ConvertTo(d, hn::Add(k, one)), step);
       k = hn::Add(k, hn::VecFromMask(di, hn::RebindMask(di, hn::Lt(value, below))));
       k = hn::Sub(k, hn::VecFromMask(di, hn::RebindMask(di, hn::Ge(value, above))));
       k = hn::IfThenElse(hn::RebindMask(di, counted), k, spare);
@@ -174,9 +178,9 @@ HWY_EXPORT(StretchRow8u_C4);
 HWY_EXPORT(StretchRow32f_C4);
 HWY_EXPORT(CountRow32f_C4);
 
-int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], const float* bounds,
+int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], float top,
                        uint32_t counts[kCountSets][3][kCountBuckets]) {
-  return HWY_DYNAMIC_DISPATCH(CountRow32f_C4)(in, width, at, bounds, counts);
+  return HWY_DYNAMIC_DISPATCH(CountRow32f_C4)(in, width, at, top, counts);
 }
 
 void StretchRow8u_C4(const uint8_t* in, uint8_t* out, int32_t width, const int32_t inShifts[4],

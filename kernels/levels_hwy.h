@@ -14,8 +14,8 @@ inline constexpr int kCountBuckets = kLevelBuckets + 1;
 
 // Counts red, green and blue (at their float positions `at`) of as many four-float pixels
 // of a row as whole vectors hold, pixel x into set x % kCountSets, by the float
-// boundaries `bounds` (kLevelBuckets + 1 of them). Answers how many pixels it counted.
-int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], const float* bounds,
+// boundaries k * kFloatLevelStep, below `top`, the last. Answers how many pixels it counted.
+int32_t CountRow32f_C4(const float* in, int32_t width, const int32_t at[3], float top,
                        uint32_t counts[kCountSets][3][kCountBuckets]);
 
 // Four-byte pixels; the shifts say where red, green, blue and alpha lie in the
