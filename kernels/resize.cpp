@@ -1,5 +1,6 @@
 #include "kernels/resize.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -19,15 +20,16 @@ std::unique_ptr<T[]> Scratch(size_t count) {
 }
 
 // The position that destination index i samples along an axis of `length` source pixels,
-// as the pixel at or before it and the fraction beyond; positions past the last pixel
-// (an infinite one too, for a tiny factor) take the last pixel.
+// (i + origin) / factor, as the pixel at or before it and the fraction beyond; positions
+// past the last pixel (an infinite one too, for a tiny factor) take the last pixel. The
+// origin is never negative: a shifted resize starts at the first index it reaches.
 struct AxisPosition {
   int32_t index;
   double fraction;
 };
 
-AxisPosition PositionOf(int32_t i, double factor, int32_t length) {
-  const double position = i / factor;
+AxisPosition PositionOf(int32_t i, double factor, int32_t length, double origin = 0.0) {
+  const double position = (i + origin) / factor;
   if (!(position < length - 1)) return {length - 1, 0.0};
   const double whole = std::floor(position);
   return {static_cast<int32_t>(whole), position - whole};
@@ -41,8 +43,8 @@ int32_t ClampIndex(int32_t i, int32_t length) {
 // four for Catmull-Rom cubic, indices clamped to the axis. The centre tap's weight is
 // not used (see CentreTap).
 void InterpolationTaps(int32_t i, double factor, int32_t length, int32_t taps, int32_t* index,
-                       float* weight) {
-  const AxisPosition p = PositionOf(i, factor, length);
+                       float* weight, double origin) {
+  const AxisPosition p = PositionOf(i, factor, length, origin);
   const double t = p.fraction;
   if (taps == 2) {
     index[0] = p.index;
@@ -61,14 +63,15 @@ void InterpolationTaps(int32_t i, double factor, int32_t length, int32_t taps, i
 
 // The column taps of a whole destination row, in the layout of ResizeTaps, along a source
 // row of `length` pixels.
-ResizeTaps BuildColumnTaps(int32_t count, double factor, int32_t length, int32_t taps,
-                           int32_t pixelBytes, int32_t channels, int32_t* offset, float* weight) {
+ResizeTaps BuildColumnTaps(int32_t count, double factor, double origin, int32_t length,
+                           int32_t taps, int32_t pixelBytes, int32_t channels, int32_t* offset,
+                           float* weight) {
   ResizeTaps columns{taps, count, offset, weight, count, count};
   bool inRun = false;
   for (int32_t x = 0; x < count; ++x) {
     int32_t index[4];
     float w[4];
-    InterpolationTaps(x, factor, length, taps, index, w);
+    InterpolationTaps(x, factor, length, taps, index, w, origin);
     bool neighbours = int64_t{index[0]} + 16 / pixelBytes <= length;
     for (int32_t k = 0; k < taps; ++k) {
       const ptrdiff_t at = static_cast<ptrdiff_t>(k) * count + x;
@@ -91,11 +94,17 @@ template <typename T>
 using BlendFn = void (*)(const float* const* rows, const float* weights, int32_t taps, T* out,
                          int32_t count);
 
+// Where destination index 0 lies, in destination pixels from the source's origin.
+struct Origin {
+  double x = 0.0;
+  double y = 0.0;
+};
+
 // Bilinear and cubic: each source row that a destination row needs is resampled along
 // the row once into one of `taps` cached rows, then the cached rows are blended down.
 template <typename T, int kChannels>
 Status ResizeSeparable(ConstImageView area, ImageView dst, double xFactor, double yFactor,
-                       int32_t taps, ResampleFn resample, BlendFn<T> blend) {
+                       int32_t taps, ResampleFn resample, BlendFn<T> blend, Origin origin = {}) {
   const int32_t width = dst.width;
   const size_t values = static_cast<size_t>(width) * kChannels;
   auto offsets = Scratch<int32_t>(static_cast<size_t>(taps) * width);
@@ -103,14 +112,14 @@ Status ResizeSeparable(ConstImageView area, ImageView dst, double xFactor, doubl
   auto cache = Scratch<float>(taps * values);
   if (!offsets || !weights || !cache) return kNoMemory;
   const ResizeTaps columns =
-      BuildColumnTaps(width, xFactor, area.width, taps, kChannels * sizeof(T), kChannels,
+      BuildColumnTaps(width, xFactor, origin.x, area.width, taps, kChannels * sizeof(T), kChannels,
                       offsets.get(), weights.get());
 
   int32_t cachedRow[4] = {-1, -1, -1, -1};
   for (int32_t y = 0; y < dst.height; ++y) {
     int32_t need[4];
     float rowWeights[4];
-    InterpolationTaps(y, yFactor, area.height, taps, need, rowWeights);
+    InterpolationTaps(y, yFactor, area.height, taps, need, rowWeights, origin.y);
     const float* rows[4] = {};
     for (int32_t k = 0; k < taps; ++k) {
       int32_t slot = -1;
@@ -276,6 +285,59 @@ Status Resize(ConstImageView src, Rect srcRect, ImageView dst, double xFactor, d
   }
 }
 
+// The destination indices [first, end) along an axis whose positions (i - shift) / factor
+// fall inside the source's [0, length), and the position of the first times the factor.
+struct AxisReach {
+  int32_t first;
+  int32_t end;
+  double origin;
+};
+
+AxisReach ReachOf(double shift, double factor, int32_t length, int32_t count) {
+  const double last = static_cast<double>(count);
+  const double first = std::clamp(std::ceil(shift), 0.0, last);
+  const double end = std::clamp(std::ceil(shift + factor * length), first, last);
+  return {static_cast<int32_t>(first), static_cast<int32_t>(end), first - shift};
+}
+
+template <typename T, int kChannels>
+Status ResizeShifted(ConstImageView src, ImageView dst, double xFactor, double yFactor,
+                     double xShift, double yShift, int32_t interpolation, ResampleFn resample,
+                     BlendFn<T> blend) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (!ValidFactor(xFactor) || !ValidFactor(yFactor) || !std::isfinite(xShift) ||
+      !std::isfinite(yShift)) {
+    return kBadResizeFactor;
+  }
+  if (interpolation != kInterLinear && interpolation != kInterCubic) return kBadInterpolation;
+  constexpr int32_t kPixelBytes = kChannels * sizeof(T);
+  if (int64_t{src.width} * kPixelBytes > INT32_MAX ||
+      int64_t{dst.width} * kPixelBytes > INT32_MAX) {
+    return kBadSize;
+  }
+  const AxisReach across = ReachOf(xShift, xFactor, src.width, dst.width);
+  const AxisReach down = ReachOf(yShift, yFactor, src.height, dst.height);
+  if (across.first == across.end || down.first == down.end) return kOk;
+  const ImageView part = dst.Sub(across.first, down.first, across.end - across.first,
+                                 down.end - down.first, kPixelBytes);
+  // At a factor of 1 and a whole shift every tap but the first weighs 0: a copy gives the
+  // same values.
+  if (xFactor == 1.0 && yFactor == 1.0 && across.origin == std::floor(across.origin) &&
+      down.origin == std::floor(down.origin)) {
+    const auto column = static_cast<int32_t>(across.origin);
+    const auto row = static_cast<int32_t>(down.origin);
+    const size_t bytes = static_cast<size_t>(part.width) * kPixelBytes;
+    for (int32_t y = 0; y < part.height; ++y) {
+      std::memcpy(part.Row(y), src.Row(row + y) + static_cast<ptrdiff_t>(column) * kPixelBytes,
+                  bytes);
+    }
+    return kOk;
+  }
+  return ResizeSeparable<T, kChannels>(src, part, xFactor, yFactor,
+                                       interpolation == kInterLinear ? 2 : 4, resample, blend,
+                                       {across.origin, down.origin});
+}
+
 template <typename T, int kChannels>
 void PlainResample(const uint8_t* row, const ResizeTaps& taps, float* out) {
   ResampleRow<T, kChannels>(row, taps, out, 0, taps.count);
@@ -312,6 +374,22 @@ Status ResizeImage8u_C1(ConstImageView src, Rect srcRect, ImageView dst, double 
   return Resize<uint8_t, 1>(src, srcRect, dst, xFactor, yFactor, interpolation,
                             PlainResample<uint8_t, 1>,
                             plain ? PlainBlend<uint8_t> : vector::BlendRows8u);
+}
+
+Status ResizeShifted8u_C4(ConstImageView src, ImageView dst, double xFactor, double yFactor,
+                          double xShift, double yShift, int32_t interpolation) {
+  const bool plain = UseReferenceKernels();
+  return ResizeShifted<uint8_t, 4>(src, dst, xFactor, yFactor, xShift, yShift, interpolation,
+                                   plain ? PlainResample<uint8_t, 4> : vector::ResampleRow8u_C4,
+                                   plain ? PlainBlend<uint8_t> : vector::BlendRows8u);
+}
+
+Status ResizeShifted32f_C4(ConstImageView src, ImageView dst, double xFactor, double yFactor,
+                           double xShift, double yShift, int32_t interpolation) {
+  const bool plain = UseReferenceKernels();
+  return ResizeShifted<float, 4>(src, dst, xFactor, yFactor, xShift, yShift, interpolation,
+                                 plain ? PlainResample<float, 4> : vector::ResampleRow32f_C4,
+                                 plain ? PlainBlend<float> : vector::BlendRows32f);
 }
 
 }  // namespace vitrella::kernels

@@ -30,4 +30,17 @@ Status ResizeImage32f_C4(ConstImageView src, Rect srcRect, ImageView dst, double
 Status ResizeImage8u_C1(ConstImageView src, Rect srcRect, ImageView dst, double xFactor,
                         double yFactor, int32_t interpolation);
 
+// The whole of src enlarged or reduced by the factors and moved by the shifts:
+// destination pixel (x, y) samples src at ((x - xShift) / xFactor, (y - yShift) / yFactor),
+// bilinear or cubic as ResizeImage samples. Only the pixels whose positions fall inside
+// the source's [0, width) by [0, height) are written; the rest of dst keeps what it held,
+// so a caller that cleared alpha before can tell where the picture lies.
+//
+// Status: as ResizeImage; kBadResizeFactor also for a shift that is not finite, and
+// kBadInterpolation for codes other than bilinear and cubic.
+Status ResizeShifted8u_C4(ConstImageView src, ImageView dst, double xFactor, double yFactor,
+                          double xShift, double yShift, int32_t interpolation);
+Status ResizeShifted32f_C4(ConstImageView src, ImageView dst, double xFactor, double yFactor,
+                           double xShift, double yShift, int32_t interpolation);
+
 }  // namespace vitrella::kernels

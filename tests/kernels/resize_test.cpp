@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
@@ -260,6 +261,59 @@ TEST_P(ResizeOnEveryPath, GivesTheBytesOfThePlainLoops) {
   }
 }
 
+// A shifted resize writes exactly the pixels whose positions (x - shift) / factor fall
+// inside the source, with the values of the slow reference there, the same bytes as the
+// plain loops, and leaves every other pixel as it was: whole shifts at factor 1 too.
+TEST_P(ResizeOnEveryPath, ShiftedWritesWhereThePictureReaches) {
+  const KernelVariant reference{"reference", 0};
+  for (int type : {CV_8UC4, CV_32FC4}) {
+    Picture src(23, 13, type, 3);
+    FillRandom(src.mat, 5);
+    struct Move {
+      double factor, xs, ys;
+    };
+    for (const Move m : {Move{1.0, 4.0, -3.0}, Move{1.0, 2.5, 1.25}, Move{2.5, -20.3, 3.7},
+                         Move{0.6, 7.0, -1.5}, Move{5.0, -46.0, -26.0}, Move{1.0, 40.0, 0.0}}) {
+      for (int32_t mode : {kInterLinear, kInterCubic}) {
+        Picture dst(27, 17, type, 2);
+        Picture plain(27, 17, type, 2);
+        const auto resize = type == CV_8UC4 ? ResizeShifted8u_C4 : ResizeShifted32f_C4;
+        ASSERT_EQ(resize(src.View(), dst.View(), m.factor, m.factor, m.xs, m.ys, mode), kOk);
+        UseKernelVariant(reference);
+        ASSERT_EQ(resize(src.View(), plain.View(), m.factor, m.factor, m.xs, m.ys, mode), kOk);
+        UseKernelVariant(GetParam());
+        EXPECT_TRUE(dst.OutsideUntouched());
+        EXPECT_EQ(std::memcmp(dst.mat.data, plain.mat.data, dst.mat.step * dst.mat.rows), 0)
+            << "the plain loops differ, factor " << m.factor;
+        for (int y = 0; y < dst.mat.rows; ++y) {
+          for (int x = 0; x < dst.mat.cols; ++x) {
+            const double sx = (x - m.xs) / m.factor;
+            const double sy = (y - m.ys) / m.factor;
+            const bool inside = sx >= 0.0 && sx < 23.0 && sy >= 0.0 && sy < 13.0;
+            for (int c = 0; c < 4; ++c) {
+              const double got = ValueAt(dst.mat, x, y, c);
+              if (!inside) {
+                ASSERT_EQ(std::memcmp(dst.mat.ptr(y) + x * dst.mat.elemSize(),
+                                      std::vector<uint8_t>(dst.mat.elemSize(), kSentinel).data(),
+                                      dst.mat.elemSize()),
+                          0)
+                    << "written outside the picture at " << x << "," << y;
+                continue;
+              }
+              const double expected = SlowSample(src.mat, c, sx, sy, mode == kInterCubic);
+              if (type == CV_32FC4) {
+                ASSERT_NEAR(got, expected, 1e-4) << x << "," << y;
+              } else {
+                ASSERT_NEAR(got, std::clamp(expected, 0.0, 255.0), 0.5 + 1e-3) << x << "," << y;
+              }
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
 INSTANTIATE_ON_EVERY_KERNEL_PATH(ResizeOnEveryPath);
 
 TEST(ResizeImage, ReportsBadArguments) {
@@ -280,6 +334,10 @@ TEST(ResizeImage, ReportsBadArguments) {
   for (int32_t mode : {0, 3, 16, kInterLinear | kSmoothEdges}) {
     EXPECT_EQ(ResizeImage8u_C4(view, all, view, 1, 1, mode), kBadInterpolation);
   }
+  EXPECT_EQ(ResizeShifted8u_C4(view, view, 1, 1, std::nan(""), 0, kInterLinear), kBadResizeFactor);
+  EXPECT_EQ(ResizeShifted32f_C4(view, view, 1, 1, 0, HUGE_VAL, kInterLinear), kBadResizeFactor);
+  EXPECT_EQ(ResizeShifted8u_C4(view, view, 1, 1, 0, 0, kInterNearest), kBadInterpolation);
+  EXPECT_EQ(ResizeShifted8u_C4({nullptr, 32, 4, 4}, view, 1, 1, 0, 0, kInterLinear), kNullPointer);
   // Tiny factors send every position past the picture: the last pixel, no overflow.
   pixels[3 * 32 + 15] = 9;
   uint8_t out[4 * 8 * 3];
