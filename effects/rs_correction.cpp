@@ -30,7 +30,9 @@ bool Warp(const FrameBuffer& src, FrameBuffer& dst, int32_t width, int32_t heigh
       src.pixelBytes == 16
           ? kernels::WarpQuad32f_C4(src.View(), area, from, dst.View(), area, to, interpolation)
           : kernels::WarpQuad8u_C4(src.View(), area, from, dst.View(), area, to, interpolation);
-  return status == kernels::kOk;
+  // A warp that writes nothing has done all it had to.
+  return status == kernels::kOk || status == kernels::kNoOverlap ||
+         status == kernels::kNoPixelInside;
 }
 
 // The strips around a stretched picture, painted from thin slices of the source's edges,

@@ -10,7 +10,11 @@ namespace vitrella::kernels {
 enum Status : int32_t {
   kOk = 0,
   kSqrtOfNegative = 3,  // success, with a square root of a negative number met
-  kBadSize = -6,        // width or height below 1
+  // Warps that write nothing, which callers take as no failure: the destination
+  // quadrilateral misses the destination rectangle, or meets it between pixel centres.
+  kNoOverlap = 0x1D,
+  kNoPixelInside = 0x1E,
+  kBadSize = -6,  // width or height below 1
   kNullPointer = -8,
   kNoMemory = -9,
   kBadPitch = -14,          // pitch below 1

@@ -96,6 +96,7 @@ WarpRowMap RowMap(const ProjectiveMap& map, int32_t base, int32_t y, const Rect&
   return {ToFloat(a), ToFloat(b), ToFloat(c), ToFloat(d), ToFloat(e), ToFloat(f)};
 }
 
+// A null vector row leaves the plain row to every code path.
 using WarpRowFn = void (*)(const WarpSource& source, const WarpRowMap& map, int32_t first,
                            int32_t end, uint8_t* base, int32_t mode);
 
@@ -103,7 +104,7 @@ bool ValidMode(int32_t mode) {
   return mode == kInterNearest || mode == kInterLinear || mode == kInterCubic;
 }
 
-template <typename T>
+template <typename T, int kChannels>
 Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst, Rect dstRect,
             const Quad dstQuad, int32_t interpolation, WarpRowFn vectorRow) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
@@ -115,7 +116,7 @@ Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
   const int32_t winding = QuadWinding(dstQuad);
   if (winding == 0 || QuadWinding(srcQuad) == 0) return kBadQuadrilateral;
 
-  constexpr int32_t kPixelBytes = 4 * sizeof(T);
+  constexpr int32_t kPixelBytes = kChannels * sizeof(T);
   const ProjectiveMap map = QuadToQuad(dstQuad, srcQuad);
   EdgeLine lines[4];
   EdgeLines(dstQuad, winding, lines);
@@ -125,13 +126,23 @@ Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
   const bool offsetsFit = (static_cast<double>(srcRect.height) - 1) * src.pitch +
                               static_cast<double>(srcRect.width) * kPixelBytes <=
                           INT32_MAX;
-  const WarpRowFn row = UseReferenceKernels() || !offsetsFit ? WarpRow<T> : vectorRow;
+  const WarpRowFn row = UseReferenceKernels() || !offsetsFit || vectorRow == nullptr
+                            ? WarpRow<T, kChannels>
+                            : vectorRow;
 
   double top = dstQuad[0][1], bottom = dstQuad[0][1];
+  double left = dstQuad[0][0], right = dstQuad[0][0];
   for (int i = 1; i < 4; ++i) {
     top = std::fmin(top, dstQuad[i][1]);
     bottom = std::fmax(bottom, dstQuad[i][1]);
+    left = std::fmin(left, dstQuad[i][0]);
+    right = std::fmax(right, dstQuad[i][0]);
   }
+  if (right < dstRect.x - kOnEdge || left > dstRect.x + dstRect.width - 1.0 + kOnEdge ||
+      bottom < dstRect.y - kOnEdge || top > dstRect.y + dstRect.height - 1.0 + kOnEdge) {
+    return kNoOverlap;
+  }
+  bool wrote = false;
   // Clamped to the rectangle before conversion: corners may lie far outside it.
   const double firstRow = dstRect.y;
   const double lastRow = dstRect.y + dstRect.height - 1.0;
@@ -142,6 +153,7 @@ Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
   for (int32_t y = firstY; y <= lastY; ++y) {
     const Span span = RowSpan(lines, y, 0.0, dstRect.x, dstRect.x + dstRect.width - 1);
     if (span.first > span.last) continue;
+    wrote = true;
     // Every position of the row counts from its first pixel, in both passes below, so that
     // a pixel samples the same with smoothing as without.
     const WarpRowMap rowMap = RowMap(map, span.first, y, srcRect);
@@ -157,29 +169,39 @@ Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
       for (int32_t x = from; x < to; ++x) {
         const int32_t i = x - span.first;
         float value[4];
-        SampleAt<T>(source, MapAlongRow(rowMap, i), mode, value);
-        BlendSample(value, Coverage(lines, x, y), base + static_cast<ptrdiff_t>(i) * kPixelBytes,
-                    T{});
+        SampleAt<T, kChannels>(source, MapAlongRow(rowMap, i), mode, value);
+        BlendSample<kChannels>(value, Coverage(lines, x, y),
+                               base + static_cast<ptrdiff_t>(i) * kPixelBytes, T{});
       }
     };
     blendEdge(span.first, hasInner ? inner.first : span.last + 1);
     if (hasInner) blendEdge(inner.last + 1, span.last + 1);
   }
-  return kOk;
+  return wrote ? kOk : kNoPixelInside;
 }
 
 }  // namespace
 
 Status WarpQuad8u_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
                      Rect dstRect, const Quad dstQuad, int32_t interpolation) {
-  return Warp<uint8_t>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
-                       vector::WarpRow8u_C4);
+  return Warp<uint8_t, 4>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
+                          vector::WarpRow8u_C4);
 }
 
 Status WarpQuad32f_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
                       Rect dstRect, const Quad dstQuad, int32_t interpolation) {
-  return Warp<float>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
-                     vector::WarpRow32f_C4);
+  return Warp<float, 4>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
+                        vector::WarpRow32f_C4);
+}
+
+Status WarpQuad8u_C1(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
+                     Rect dstRect, const Quad dstQuad, int32_t interpolation) {
+  return Warp<uint8_t, 1>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation, nullptr);
+}
+
+Status WarpQuad32f_C1(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
+                      Rect dstRect, const Quad dstQuad, int32_t interpolation) {
+  return Warp<float, 1>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation, nullptr);
 }
 
 }  // namespace vitrella::kernels

@@ -38,10 +38,16 @@ namespace vitrella::kernels {
 // Status: kNullPointer (also for a null quadrilateral), kBadSize (also for a rectangle that
 // is empty or not inside its view), kBadPitch, kBadInterpolation (other than 1, 2 or 4,
 // with or without kSmoothEdges), kBadQuadrilateral (see QuadWinding); nothing is written
-// then.
+// then. kNoOverlap when dstQuad misses dstRect, and kNoPixelInside when it meets it but holds
+// no pixel centre there: nothing is written either, and callers take both as success.
 Status WarpQuad8u_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
                      Rect dstRect, const Quad dstQuad, int32_t interpolation);
 Status WarpQuad32f_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
+                      Rect dstRect, const Quad dstQuad, int32_t interpolation);
+// The same on one-channel pictures (masks): one byte or one float per pixel.
+Status WarpQuad8u_C1(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
+                     Rect dstRect, const Quad dstQuad, int32_t interpolation);
+Status WarpQuad32f_C1(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
                       Rect dstRect, const Quad dstQuad, int32_t interpolation);
 
 }  // namespace vitrella::kernels

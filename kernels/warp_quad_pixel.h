@@ -52,19 +52,21 @@ inline float ChannelOf(const uint8_t* pixel, int c) {
   return static_cast<float>(value);
 }
 
-template <typename T>
+// kChannels is 4 for colour pictures and 1 for masks.
+template <typename T, int kChannels = 4>
 inline const uint8_t* SourcePixel(const WarpSource& s, int32_t x, int32_t y) {
-  return s.origin + static_cast<ptrdiff_t>(y) * s.pitch + static_cast<ptrdiff_t>(x) * 4 * sizeof(T);
+  return s.origin + static_cast<ptrdiff_t>(y) * s.pitch +
+         static_cast<ptrdiff_t>(x) * kChannels * sizeof(T);
 }
 
 // The pixel whose centre is nearest: pixel i holds the positions i - 1/2 to i + 1/2.
-template <typename T>
+template <typename T, int kChannels = 4>
 inline void SampleNearest(const WarpSource& s, WarpPosition p, float out[4]) {
   const float u = ClampPosition(p.u, static_cast<float>(s.width - 1));
   const float v = ClampPosition(p.v, static_cast<float>(s.height - 1));
-  const uint8_t* pixel = SourcePixel<T>(s, static_cast<int32_t>(std::floor(u + 0.5f)),
-                                        static_cast<int32_t>(std::floor(v + 0.5f)));
-  for (int c = 0; c < 4; ++c)
+  const uint8_t* pixel = SourcePixel<T, kChannels>(s, static_cast<int32_t>(std::floor(u + 0.5f)),
+                                                   static_cast<int32_t>(std::floor(v + 0.5f)));
+  for (int c = 0; c < kChannels; ++c)
     out[c] = ChannelOf<T>(pixel, c);
 }
 
@@ -92,7 +94,7 @@ struct BilinearTaps {
   float wy;
 };
 
-template <typename T>
+template <typename T, int kChannels = 4>
 inline BilinearTaps BilinearTapsAt(const WarpSource& s, WarpPosition p) {
   const float u = ClampPosition(p.u, static_cast<float>(s.width - 1));
   const float v = ClampPosition(p.v, static_cast<float>(s.height - 1));
@@ -100,34 +102,32 @@ inline BilinearTaps BilinearTapsAt(const WarpSource& s, WarpPosition p) {
   const float fv = std::floor(v);
   const int32_t x = static_cast<int32_t>(fu);
   const int32_t y = static_cast<int32_t>(fv);
-  return {SourcePixel<T>(s, x, y), x < s.width - 1 ? static_cast<ptrdiff_t>(4 * sizeof(T)) : 0,
+  return {SourcePixel<T, kChannels>(s, x, y),
+          x < s.width - 1 ? static_cast<ptrdiff_t>(kChannels * sizeof(T)) : 0,
           y < s.height - 1 ? s.pitch : 0, u - fu, v - fv};
 }
 
-// Bilinear between the four pixels around the position.
-template <typename T>
+// Bilinear between the four pixels around the position; bytes in the fixed point above.
+template <typename T, int kChannels = 4>
 inline void SampleBilinear(const WarpSource& s, WarpPosition p, float out[4]) {
-  const BilinearTaps t = BilinearTapsAt<T>(s, p);
+  const BilinearTaps t = BilinearTapsAt<T, kChannels>(s, p);
   const uint8_t* p10 = t.p00 + t.stepY;
-  for (int c = 0; c < 4; ++c) {
-    const float a = ChannelOf<T>(t.p00, c);
-    const float top = a + (ChannelOf<T>(t.p00 + t.stepX, c) - a) * t.wx;
-    const float d = ChannelOf<T>(p10, c);
-    const float bottom = d + (ChannelOf<T>(p10 + t.stepX, c) - d) * t.wx;
-    out[c] = top + (bottom - top) * t.wy;
-  }
-}
-
-template <>
-inline void SampleBilinear<uint8_t>(const WarpSource& s, WarpPosition p, float out[4]) {
-  const BilinearTaps t = BilinearTapsAt<uint8_t>(s, p);
-  const int32_t wx = FixedWeight(t.wx);
-  const int32_t wy = FixedWeight(t.wy);
-  const uint8_t* p10 = t.p00 + t.stepY;
-  for (int c = 0; c < 4; ++c) {
-    const int32_t top = LerpFixed7(t.p00[c], t.p00[t.stepX + c], wx);
-    const int32_t bottom = LerpFixed7(p10[c], p10[t.stepX + c], wx);
-    out[c] = static_cast<float>((top + MulFixed15(bottom - top, wy) + 64) >> 7);
+  if constexpr (sizeof(T) == 1) {
+    const int32_t wx = FixedWeight(t.wx);
+    const int32_t wy = FixedWeight(t.wy);
+    for (int c = 0; c < kChannels; ++c) {
+      const int32_t top = LerpFixed7(t.p00[c], t.p00[t.stepX + c], wx);
+      const int32_t bottom = LerpFixed7(p10[c], p10[t.stepX + c], wx);
+      out[c] = static_cast<float>((top + MulFixed15(bottom - top, wy) + 64) >> 7);
+    }
+  } else {
+    for (int c = 0; c < kChannels; ++c) {
+      const float a = ChannelOf<T>(t.p00, c);
+      const float top = a + (ChannelOf<T>(t.p00 + t.stepX, c) - a) * t.wx;
+      const float d = ChannelOf<T>(p10, c);
+      const float bottom = d + (ChannelOf<T>(p10 + t.stepX, c) - d) * t.wx;
+      out[c] = top + (bottom - top) * t.wy;
+    }
   }
 }
 
@@ -147,7 +147,7 @@ inline float CubicBlend(const float v[4], const float w[3]) {
 }
 
 // Catmull-Rom over the 4 by 4 pixels around the position, taps clamped to the rectangle.
-template <typename T>
+template <typename T, int kChannels = 4>
 inline void SampleCubic(const WarpSource& s, WarpPosition p, float out[4]) {
   const float u = ClampPosition(p.u, static_cast<float>(s.width - 1));
   const float v = ClampPosition(p.v, static_cast<float>(s.height - 1));
@@ -161,10 +161,13 @@ inline void SampleCubic(const WarpSource& s, WarpPosition p, float out[4]) {
   for (int k = 0; k < 4; ++k) {
     const int32_t x = static_cast<int32_t>(fu) + k - 1;
     const int32_t y = static_cast<int32_t>(fv) + k - 1;
-    columns[k] = static_cast<ptrdiff_t>(x < 0 ? 0 : x >= s.width ? s.width - 1 : x) * 4 * sizeof(T);
-    rows[k] = SourcePixel<T>(s, 0, y < 0 ? 0 : y >= s.height ? s.height - 1 : y);
+    columns[k] = static_cast<ptrdiff_t>(x < 0          ? 0
+                                        : x >= s.width ? s.width - 1
+                                                       : x) *
+                 kChannels * sizeof(T);
+    rows[k] = SourcePixel<T, kChannels>(s, 0, y < 0 ? 0 : y >= s.height ? s.height - 1 : y);
   }
-  for (int c = 0; c < 4; ++c) {
+  for (int c = 0; c < kChannels; ++c) {
     float down[4];
     for (int r = 0; r < 4; ++r) {
       float along[4];
@@ -176,14 +179,14 @@ inline void SampleCubic(const WarpSource& s, WarpPosition p, float out[4]) {
   }
 }
 
-template <typename T>
+template <typename T, int kChannels = 4>
 inline void SampleAt(const WarpSource& s, WarpPosition p, int32_t mode, float out[4]) {
   if (mode == kInterNearest) {
-    SampleNearest<T>(s, p, out);
+    SampleNearest<T, kChannels>(s, p, out);
   } else if (mode == kInterLinear) {
-    SampleBilinear<T>(s, p, out);
+    SampleBilinear<T, kChannels>(s, p, out);
   } else {
-    SampleCubic<T>(s, p, out);
+    SampleCubic<T, kChannels>(s, p, out);
   }
 }
 
@@ -193,51 +196,55 @@ inline uint8_t SampleToByte(float value) {
   return static_cast<uint8_t>(!(rounded > 0.0f) ? 0.0f : rounded >= 255.0f ? 255.0f : rounded);
 }
 
+template <int kChannels = 4>
 inline void StoreSample(const float value[4], uint8_t* out, uint8_t /*type*/) {
-  for (int c = 0; c < 4; ++c)
+  for (int c = 0; c < kChannels; ++c)
     out[c] = SampleToByte(value[c]);
 }
+template <int kChannels = 4>
 inline void StoreSample(const float value[4], uint8_t* out, float /*type*/) {
-  std::memcpy(out, value, 4 * sizeof(float));
+  std::memcpy(out, value, kChannels * sizeof(float));
 }
 
 // Lays the sample over what the pixel held, by coverage 0..1.
+template <int kChannels = 4>
 inline void BlendSample(const float value[4], float coverage, uint8_t* out, uint8_t /*type*/) {
-  for (int c = 0; c < 4; ++c) {
+  for (int c = 0; c < kChannels; ++c) {
     const float held = out[c];
     const float sample = value[c] < 0.0f ? 0.0f : value[c] > 255.0f ? 255.0f : value[c];
     out[c] = SampleToByte(held + (sample - held) * coverage);
   }
 }
+template <int kChannels = 4>
 inline void BlendSample(const float value[4], float coverage, uint8_t* out, float /*type*/) {
   float held[4];
-  std::memcpy(held, out, sizeof(held));
-  for (int c = 0; c < 4; ++c)
+  std::memcpy(held, out, kChannels * sizeof(float));
+  for (int c = 0; c < kChannels; ++c)
     held[c] = held[c] + (value[c] - held[c]) * coverage;
-  std::memcpy(out, held, sizeof(held));
+  std::memcpy(out, held, kChannels * sizeof(float));
 }
 
 // Samples pixels [first, end) of a destination row, counted from the row map's base
 // pixel, which `base` points at.
-template <typename T, int32_t kMode>
+template <typename T, int32_t kMode, int kChannels = 4>
 void WarpRowWith(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                  uint8_t* base) {
   for (int32_t i = first; i < end; ++i) {
     float value[4];
-    SampleAt<T>(s, MapAlongRow(m, i), kMode, value);
-    StoreSample(value, base + static_cast<ptrdiff_t>(i) * 4 * sizeof(T), T{});
+    SampleAt<T, kChannels>(s, MapAlongRow(m, i), kMode, value);
+    StoreSample<kChannels>(value, base + static_cast<ptrdiff_t>(i) * kChannels * sizeof(T), T{});
   }
 }
 
-template <typename T>
+template <typename T, int kChannels = 4>
 void WarpRow(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end, uint8_t* base,
              int32_t mode) {
   if (mode == kInterNearest) {
-    WarpRowWith<T, kInterNearest>(s, m, first, end, base);
+    WarpRowWith<T, kInterNearest, kChannels>(s, m, first, end, base);
   } else if (mode == kInterLinear) {
-    WarpRowWith<T, kInterLinear>(s, m, first, end, base);
+    WarpRowWith<T, kInterLinear, kChannels>(s, m, first, end, base);
   } else {
-    WarpRowWith<T, kInterCubic>(s, m, first, end, base);
+    WarpRowWith<T, kInterCubic, kChannels>(s, m, first, end, base);
   }
 }
 

@@ -415,6 +415,80 @@ TEST_P(WarpQuadOnEveryPath, GivesTheBytesOfThePlainLoops) {
   }
 }
 
+// A one-channel warp samples as the four-channel one does: each channel on its own, so the
+// mask equals any channel of the same picture warped with four.
+TEST_P(WarpQuadOnEveryPath, OneChannelGivesTheValuesOfEachOfFourChannels) {
+  std::mt19937 random(5);
+  std::uniform_real_distribution<double> jitter(-6.0, 6.0);
+  for (int type : kTypes) {
+    const int single = type == CV_8UC4 ? CV_8UC1 : CV_32FC1;
+    cv::Mat mask(41, 37, single);
+    cv::randu(mask, cv::Scalar::all(0), cv::Scalar::all(255 * Scale(type)));
+    cv::Mat four;
+    cv::merge(std::vector<cv::Mat>(4, mask), four);
+    cv::Mat background(50, 45, single);
+    cv::randu(background, cv::Scalar::all(0), cv::Scalar::all(255 * Scale(type)));
+    cv::Mat background4;
+    cv::merge(std::vector<cv::Mat>(4, background), background4);
+    for (int round = 0; round < 4; ++round) {
+      const Quad from = {{0, 0}, {36, 0}, {36, 40}, {0, 40}};
+      const Quad to = {{-3 + jitter(random), 4 + jitter(random)},
+                       {40 + jitter(random), -2 + jitter(random)},
+                       {47 + jitter(random), 44 + jitter(random)},
+                       {2 + jitter(random), 52 + jitter(random)}};
+      for (int32_t mode : {kInterNearest, kInterLinear, kInterCubic}) {
+        for (int32_t smooth : {0, kSmoothEdges}) {
+          cv::Mat one = background.clone();
+          cv::Mat many = background4.clone();
+          const ImageView oneView{one.data, static_cast<ptrdiff_t>(one.step), one.cols, one.rows};
+          const ImageView manyView{many.data, static_cast<ptrdiff_t>(many.step), many.cols,
+                                   many.rows};
+          const ConstImageView maskView{mask.data, static_cast<ptrdiff_t>(mask.step), mask.cols,
+                                        mask.rows};
+          const ConstImageView fourView{four.data, static_cast<ptrdiff_t>(four.step), four.cols,
+                                        four.rows};
+          const Rect srcRect = Whole(mask);
+          const Rect dstRect = Whole(one);
+          const Status status =
+              type == CV_8UC4
+                  ? WarpQuad8u_C1(maskView, srcRect, from, oneView, dstRect, to, mode | smooth)
+                  : WarpQuad32f_C1(maskView, srcRect, from, oneView, dstRect, to, mode | smooth);
+          ASSERT_EQ(status, kOk);
+          ASSERT_EQ(Warp(type, fourView, srcRect, from, manyView, dstRect, to, mode | smooth), kOk);
+          std::vector<cv::Mat> channels;
+          cv::split(many, channels);
+          ASSERT_EQ(cv::norm(one, channels[round], cv::NORM_INF), 0)
+              << type << " round " << round << " mode " << (mode | smooth);
+        }
+      }
+    }
+  }
+}
+
+// A quadrilateral beside the rectangle, or between its pixel centres, writes nothing and
+// says so in a status that callers let through.
+TEST_P(WarpQuadOnEveryPath, ReportsAWarpThatWritesNothing) {
+  const Quad from = {{0, 0}, {15, 0}, {15, 11}, {0, 11}};
+  const Quad beside = {{20, 0}, {35, 0}, {35, 11}, {20, 11}};
+  const Quad between = {{2.2, -5}, {2.8, -5}, {2.8, 30}, {2.2, 30}};
+  for (int type : kTypes) {
+    Picture src(16, 12, type);
+    src.mat.setTo(cv::Scalar::all(0));
+    Picture dst(16, 12, type);
+    EXPECT_EQ(Warp(type, src.View(), Whole(src.mat), from, dst.View(), Whole(dst.mat), beside,
+                   kInterCubic | kSmoothEdges),
+              kNoOverlap);
+    EXPECT_EQ(Warp(type, src.View(), Whole(src.mat), from, dst.View(), Whole(dst.mat), between,
+                   kInterLinear),
+              kNoPixelInside);
+    EXPECT_TRUE(dst.OutsideUntouched());
+    for (int y = 0; y < 12; ++y) {
+      for (int x = 0; x < 16; ++x)
+        ASSERT_TRUE(dst.Untouched(x, y));
+    }
+  }
+}
+
 INSTANTIATE_ON_EVERY_KERNEL_PATH(WarpQuadOnEveryPath);
 
 TEST(WarpQuad, ReportsBadArguments) {
