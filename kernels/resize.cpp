@@ -21,8 +21,8 @@ std::unique_ptr<T[]> Scratch(size_t count) {
 
 // The position that destination index i samples along an axis of `length` source pixels,
 // (i + origin) / factor, as the pixel at or before it and the fraction beyond; positions
-// past the last pixel (an infinite one too, for a tiny factor) take the last pixel. The
-// origin is never negative: a shifted resize starts at the first index it reaches.
+// past the last pixel (an infinite one too, for a tiny factor) take the last pixel, and
+// those before the first, which only a shifted resize's first index meets, the first.
 struct AxisPosition {
   int32_t index;
   double fraction;
@@ -31,6 +31,7 @@ struct AxisPosition {
 AxisPosition PositionOf(int32_t i, double factor, int32_t length, double origin = 0.0) {
   const double position = (i + origin) / factor;
   if (!(position < length - 1)) return {length - 1, 0.0};
+  if (position < 0.0) return {0, 0.0};
   const double whole = std::floor(position);
   return {static_cast<int32_t>(whole), position - whole};
 }
@@ -285,8 +286,9 @@ Status Resize(ConstImageView src, Rect srcRect, ImageView dst, double xFactor, d
   }
 }
 
-// The destination indices [first, end) along an axis whose positions (i - shift) / factor
-// fall inside the source's [0, length), and the position of the first times the factor.
+// The destination indices [first, end) along an axis whose pixel centres fall on the
+// source's [0, length) once moved back by the shift and scaled, (i + 0.5 - shift) / factor,
+// as a rasteriser covers a rectangle; and the position of the first times the factor.
 struct AxisReach {
   int32_t first;
   int32_t end;
@@ -295,8 +297,8 @@ struct AxisReach {
 
 AxisReach ReachOf(double shift, double factor, int32_t length, int32_t count) {
   const double last = static_cast<double>(count);
-  const double first = std::clamp(std::ceil(shift), 0.0, last);
-  const double end = std::clamp(std::ceil(shift + factor * length), first, last);
+  const double first = std::clamp(std::ceil(shift - 0.5), 0.0, last);
+  const double end = std::clamp(std::ceil(shift + factor * length - 0.5), first, last);
   return {static_cast<int32_t>(first), static_cast<int32_t>(end), first - shift};
 }
 

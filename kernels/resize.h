@@ -32,9 +32,11 @@ Status ResizeImage8u_C1(ConstImageView src, Rect srcRect, ImageView dst, double 
 
 // The whole of src enlarged or reduced by the factors and moved by the shifts:
 // destination pixel (x, y) samples src at ((x - xShift) / xFactor, (y - yShift) / yFactor),
-// bilinear or cubic as ResizeImage samples. Only the pixels whose positions fall inside
-// the source's [0, width) by [0, height) are written; the rest of dst keeps what it held,
-// so a caller that cleared alpha before can tell where the picture lies.
+// bilinear or cubic as ResizeImage samples, positions before the first pixel taking the
+// first. Only the pixels whose centres fall on the moved picture, (x + 0.5 - xShift) /
+// xFactor within [0, width) and the same down, are written, as a rasteriser would draw the
+// picture's rectangle; the rest of dst keeps what it held, so a caller that cleared alpha
+// before can tell where the picture lies.
 //
 // Status: as ResizeImage; kBadResizeFactor also for a shift that is not finite, and
 // kBadInterpolation for codes other than bilinear and cubic.

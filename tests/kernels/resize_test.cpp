@@ -261,9 +261,9 @@ TEST_P(ResizeOnEveryPath, GivesTheBytesOfThePlainLoops) {
   }
 }
 
-// A shifted resize writes exactly the pixels whose positions (x - shift) / factor fall
-// inside the source, with the values of the slow reference there, the same bytes as the
-// plain loops, and leaves every other pixel as it was: whole shifts at factor 1 too.
+// A shifted resize writes exactly the pixels whose centres fall on the moved picture,
+// with the values of the slow reference at (x - shift) / factor there, the same bytes as
+// the plain loops, and leaves every other pixel as it was: whole shifts at factor 1 too.
 TEST_P(ResizeOnEveryPath, ShiftedWritesWhereThePictureReaches) {
   const KernelVariant reference{"reference", 0};
   for (int type : {CV_8UC4, CV_32FC4}) {
@@ -272,8 +272,9 @@ TEST_P(ResizeOnEveryPath, ShiftedWritesWhereThePictureReaches) {
     struct Move {
       double factor, xs, ys;
     };
-    for (const Move m : {Move{1.0, 4.0, -3.0}, Move{1.0, 2.5, 1.25}, Move{2.5, -20.3, 3.7},
-                         Move{0.6, 7.0, -1.5}, Move{5.0, -46.0, -26.0}, Move{1.0, 40.0, 0.0}}) {
+    for (const Move m :
+         {Move{1.0, 4.0, -3.0}, Move{1.0, 2.5, 1.25}, Move{1.0, 0.012, -0.3}, Move{2.5, -20.3, 3.7},
+          Move{0.6, 7.0, -1.5}, Move{5.0, -46.0, -26.0}, Move{1.0, 40.0, 0.0}}) {
       for (int32_t mode : {kInterLinear, kInterCubic}) {
         Picture dst(27, 17, type, 2);
         Picture plain(27, 17, type, 2);
@@ -287,9 +288,11 @@ TEST_P(ResizeOnEveryPath, ShiftedWritesWhereThePictureReaches) {
             << "the plain loops differ, factor " << m.factor;
         for (int y = 0; y < dst.mat.rows; ++y) {
           for (int x = 0; x < dst.mat.cols; ++x) {
-            const double sx = (x - m.xs) / m.factor;
-            const double sy = (y - m.ys) / m.factor;
-            const bool inside = sx >= 0.0 && sx < 23.0 && sy >= 0.0 && sy < 13.0;
+            const double cx = (x + 0.5 - m.xs) / m.factor;
+            const double cy = (y + 0.5 - m.ys) / m.factor;
+            const bool inside = cx >= 0.0 && cx < 23.0 && cy >= 0.0 && cy < 13.0;
+            const double sx = std::max(0.0, (x - m.xs) / m.factor);
+            const double sy = std::max(0.0, (y - m.ys) / m.factor);
             for (int c = 0; c < 4; ++c) {
               const double got = ValueAt(dst.mat, x, y, c);
               if (!inside) {
