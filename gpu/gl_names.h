@@ -35,6 +35,7 @@ inline constexpr uint32_t kConstantAlpha = 0x8003;
 inline constexpr uint32_t kOneMinusConstantAlpha = 0x8004;
 inline constexpr uint32_t kTexture0 = 0x84C0;
 inline constexpr uint32_t kNearest = 0x2600;
+inline constexpr uint32_t kLinear = 0x2601;
 inline constexpr uint32_t kArrayBuffer = 0x8892;
 inline constexpr uint32_t kPixelPackBuffer = 0x88EB;
 inline constexpr uint32_t kDynamicDraw = 0x88E8;

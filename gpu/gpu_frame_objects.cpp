@@ -9,14 +9,15 @@ GpuFrameObjects::~GpuFrameObjects() {
     helper_.ReleaseProgram(*programs_[static_cast<size_t>(i)]);
 }
 
-GPUTextureRef& GpuFrameObjects::Target(int32_t width, int32_t height, int32_t format) {
+GPUTextureRef& GpuFrameObjects::Target(int32_t width, int32_t height, int32_t format,
+                                       const void* pixels, int32_t pitch) {
   if (!made_ || targetCount_ == kMostTargets) {
     made_ = false;
     spareTarget_ = GPUTextureRef{};
     return spareTarget_;
   }
   GPUTextureRef& target = targets_[static_cast<size_t>(targetCount_++)];
-  made_ = helper_.CreateTarget(&target, width, height, format);
+  made_ = helper_.CreateTarget(&target, width, height, format, pixels, pitch);
   return target;
 }
 

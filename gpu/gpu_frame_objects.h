@@ -20,10 +20,12 @@ class GpuFrameObjects {
   GpuFrameObjects(const GpuFrameObjects&) = delete;
   GpuFrameObjects& operator=(const GpuFrameObjects&) = delete;
 
-  // An empty target of the size and format, or a program of the pair in a regular bundle.
+  // A target of the size and format, empty or holding the pixels (rows `pitch` bytes
+  // apart), or a program of the pair in a regular bundle.
   // After the first failure nothing more is asked of the host, and an empty stand-in
   // comes back; made() then says false.
-  GPUTextureRef& Target(int32_t width, int32_t height, int32_t format);
+  GPUTextureRef& Target(int32_t width, int32_t height, int32_t format, const void* pixels = nullptr,
+                        int32_t pitch = 0);
   ProgramBundle& Program(ProgramPair pair);
 
   bool made() const { return made_; }

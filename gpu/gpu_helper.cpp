@@ -216,11 +216,12 @@ bool GPUHelper::OutputStep(const GPUTextureRef* result, const GPUTextureRef* des
   return created;
 }
 
-bool GPUHelper::CreateTarget(GPUTextureRef* out, int32_t width, int32_t height, int32_t format) {
+bool GPUHelper::CreateTarget(GPUTextureRef* out, int32_t width, int32_t height, int32_t format,
+                             const void* pixels, int32_t pitch) {
   *out = GPUTextureRef{};
   if (services_ == nullptr) return false;
   const bool created =
-      services_->CreateTexture(context_, out, nullptr, width, height, format, nullptr, 0, 0);
+      services_->CreateTexture(context_, out, nullptr, width, height, format, pixels, pitch, 0);
   if (created) ++liveTextures_;
   return created;
 }

@@ -65,8 +65,10 @@ class GPUHelper : public ARBHelper, private GLGuard {
   // their row orders differ. False without services.
   bool OutputStep(const GPUTextureRef* result, const GPUTextureRef* destination);
 
-  // Creation and release through the services, with the live counters kept.
-  bool CreateTarget(GPUTextureRef* out, int32_t width, int32_t height, int32_t format);
+  // Creation and release through the services, with the live counters kept. A target
+  // made from pixels (rows `pitch` bytes apart) holds them; else it is empty.
+  bool CreateTarget(GPUTextureRef* out, int32_t width, int32_t height, int32_t format,
+                    const void* pixels = nullptr, int32_t pitch = 0);
   void ReleaseTarget(GPUTextureRef* texture);
   bool CreateProgram(ProgramBundle& bundle, int vertexId, int fragmentId);
   void ReleaseProgram(ProgramBundle& bundle);
