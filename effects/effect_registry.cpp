@@ -5,6 +5,7 @@
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/rolling_shutter.h"
+#include "effects/split_screen.h"
 #include "effects/spotlight.h"
 #include "vitrella/library.h"
 
@@ -28,7 +29,7 @@ constexpr EffectFactory kEffects[kEffectCount] = {
     nullptr,                      // 5 Image Mapper
     nullptr,                      // 6 Proportion Helper
     &Make<CRollingShutterFixer>,  // 7 Rolling Shutter
-    nullptr,                      // 8 Split Screen
+    &Make<CSplitScreen>,          // 8 Split Screen
     &Make<CSpotlight>,            // 9 Spotlight
 };
 

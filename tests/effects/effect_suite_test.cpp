@@ -20,6 +20,7 @@
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/rolling_shutter.h"
+#include "effects/split_screen.h"
 #include "effects/spotlight.h"
 #include "vitrella/pixel_format.h"
 
@@ -70,6 +71,11 @@ const EffectCase kEffects[] = {
         "Edge Smoother",
         {{"Font Smoothing - Strong"}, {"Smooth SD to HD Upres"}, {"Font Smoothing - Weak"}}),
     Case<CRollingShutterFixer>("Rolling Shutter", {{"Reset to None"}}),
+    Case<CSplitScreen>("Split Screen", {{"Red Laser"},
+                                        {"Left Half"},
+                                        {"Pink Dynamo", 2},
+                                        {"Diagonal Dynamic", kFieldModeFrame, 1.4587},
+                                        {"Close Up"}}),
     Case<CSpotlight>("Spotlight", {{"Classic Portrait"},
                                    {"Isolate", 2},
                                    {"Swamp Alien Eye", kFieldModeFrame, 1.4587},
