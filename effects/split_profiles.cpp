@@ -61,14 +61,14 @@ SplitProfiles<typename Rules::Value> Make(int32_t f, int32_t l, float o) {
     for (int32_t i = 0; i < f; ++i)
       p.line[static_cast<size_t>(i)] = g(f - 1 - i);
     for (int32_t j = 0; j < f; ++j)
-      p.line[static_cast<size_t>(l + j)] = g(j);
+      p.line[static_cast<size_t>(l) + static_cast<size_t>(j)] = g(j);
   } else {
     const int32_t m = h + k;
     const int32_t s = f - m;
     for (int32_t i = 0; i < m; ++i)
       p.line[static_cast<size_t>(i)] = g(f - 1 - i);
     for (int32_t j = 0; j < m; ++j)
-      p.line[static_cast<size_t>(m + j)] = g(s + j);
+      p.line[static_cast<size_t>(m) + static_cast<size_t>(j)] = g(s + j);
   }
 
   // R: full at 0, lowered by full / n per entry while it stays above 0.

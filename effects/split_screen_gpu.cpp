@@ -53,7 +53,7 @@ bool CSplitScreen::RenderGPUFrame(IEffectHost* host, const GPUTextureRef* source
   const auto w = static_cast<float>(width);
   const auto h = static_cast<float>(height);
 
-  const auto q = static_cast<float>(std::min(width, height) / 4);
+  const auto q = static_cast<float>(std::min(width, height) >> 2);
   const float lineWidth = q * v.lineWidth;
   const float feather = q * v.feather;
   // Wild values from a host stay within what a texture can hold.

@@ -145,7 +145,7 @@ TEST_F(SplitScreenParity, EveryPresetMatchesOnBothPaths) {
   const RenderInfo info = testing::WholeFrameInfo();
   const int centreIndex = testing::ParamIndex(effect_, "Split Center");
   const int shiftIndex = testing::ParamIndex(effect_, "Shift");
-  const float q = static_cast<float>(std::min(kWidth, kHeight) / 4);
+  const auto q = static_cast<float>(std::min(kWidth, kHeight) >> 2);
 
   for (uint32_t preset = 0; const char* name = effect_->GetPresetName(preset); ++preset) {
     const std::vector<ParamValue> values = testing::EffectValues(effect_, static_cast<int>(preset));
