@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "core/frame_buffer.h"
 #include "core/frame_math.h"
@@ -257,25 +258,98 @@ void FillLineStrip(FrameBuffer& strip, const PixelLayout& l, uint32_t colour,
   pixel[l.red] = channel(0);
   pixel[l.green] = channel(8);
   pixel[l.blue] = channel(16);
-  for (int32_t y = 0; y < strip.height; ++y) {
-    T* row = strip.Row<T>(y);
-    for (int32_t x = 0; x < strip.width; ++x) {
-      pixel[l.alpha] = weight[static_cast<size_t>(x)];
-      std::copy(pixel, pixel + 4, row + 4 * x);
+  T* first = strip.Row<T>(0);
+  for (int32_t x = 0; x < strip.width; ++x) {
+    pixel[l.alpha] = weight[static_cast<size_t>(x)];
+    std::copy(pixel, pixel + 4, first + 4 * x);
+  }
+  for (int32_t y = 1; y < strip.height; ++y)
+    std::copy(first, first + 4 * static_cast<ptrdiff_t>(strip.width), strip.Row<T>(y));
+}
+
+// Columns of zeros after the profile in the edge's strip: the strip's own far edge, which
+// the rotation smooths, lies that far beyond the profile, and ZeroBeyondStrip starts half
+// way there, where the rotated zeros already stand.
+constexpr int32_t kStripTail = 8;
+
+// Where the rotation puts the strip's columns: pixel (x, y) lies at u = (x - sx) cos θ -
+// (y - sy) sin θ along the strip, by the rotation's own map.
+struct StripAxis {
+  double c, s, sx, sy;
+  StripAxis(float theta, StripShift shift) : sx(shift.x), sy(shift.y) {
+    constexpr double kDegrees = 3.14159265358979323846 / 180.0;
+    c = std::cos(theta * kDegrees);
+    s = std::sin(theta * kDegrees);
+  }
+  // The pixels [begin, end) of row y, of `width`, with lo <= u < hi. A pixel that rounding
+  // puts on the other side of a bound lies within a pixel of it.
+  std::pair<int32_t, int32_t> Span(int32_t y, double lo, double hi, int32_t width) const {
+    const double at0 = -sx * c - (y - sy) * s;
+    const auto w = static_cast<double>(width);
+    double begin = 0.0;
+    double end = w;
+    if (c > 0.0) {
+      begin = std::ceil((lo - at0) / c);
+      end = std::ceil((hi - at0) / c);
+    } else if (c < 0.0) {
+      begin = std::floor((hi - at0) / c) + 1.0;
+      end = std::floor((lo - at0) / c) + 1.0;
+    } else if (at0 < lo || at0 >= hi) {
+      end = 0.0;
     }
+    begin = std::clamp(begin, 0.0, w);
+    end = std::clamp(end, begin, w);
+    return {static_cast<int32_t>(begin), static_cast<int32_t>(end)};
+  }
+};
+
+// Sets to 0 the pixels from u = `from` on: where a strip as long as the frame's diagonal
+// would have put its zeros. The strip that was rotated has zeros from before `from` to
+// beyond it, so the pixels that rounding moves across the bound are 0 either way.
+template <typename T>
+void ZeroBeyondStrip(FrameBuffer& edge, const StripAxis& axis, int32_t from) {
+  for (int32_t y = 0; y < edge.height; ++y) {
+    const auto [begin, end] = axis.Span(y, from, HUGE_VAL, edge.width);
+    T* row = edge.Row<T>(y);
+    std::fill(row + begin, row + end, T{});
   }
 }
 
 // The rotated line over the picture, by the line's alpha: the over operator of the
 // kernels for blue-first bytes and for floats, whose results there equal
 // line · a + picture · (1 - a) with the picture opaque, and that sum shifted right by 8 and
-// limited to 255 for alpha-first bytes.
+// limited to 255 for alpha-first bytes. Blue-first bytes where the line is clear come out
+// as the picture: only the band around the line's columns, u from -2 to n + 2, is
+// composed, and the rest copied. Row y of the frames is row y * rowStep of the rotation.
 template <typename T>
 bool CompositeLine(const FrameBuffer& line, const FrameBuffer& picture, FrameBuffer& dst,
-                   const PixelLayout& l) {
-  if (sizeof(T) != 1 || l.alpha != 0) return CompositeFrames(line, picture, dst, false);
+                   const PixelLayout& l, const StripAxis& axis, int32_t n, int32_t rowStep) {
   const int32_t width = std::min({line.width, picture.width, dst.width});
   const int32_t height = std::min({line.height, picture.height, dst.height});
+  if (sizeof(T) != 1) return CompositeFrames(line, picture, dst, false);
+  if (l.alpha != 0) {
+    for (int32_t y = 0; y < height; ++y) {
+      const auto [begin, end] = axis.Span(y * rowStep, -2.0, n + 2.0, width);
+      const auto part = [&](const FrameBuffer& frame, int32_t x0, int32_t x1, FrameBuffer& view) {
+        view.Attach(frame.Row<uint8_t>(y) + static_cast<ptrdiff_t>(x0) * 4, x1 - x0, 1, frame.pitch,
+                    4, frame.format, false);
+      };
+      uint8_t* out = dst.Row<uint8_t>(y);
+      const uint8_t* in = picture.Row<const uint8_t>(y);
+      std::copy(in, in + 4 * static_cast<ptrdiff_t>(begin), out);
+      std::copy(in + 4 * static_cast<ptrdiff_t>(end), in + 4 * static_cast<ptrdiff_t>(width),
+                out + 4 * static_cast<ptrdiff_t>(end));
+      if (begin == end) continue;
+      FrameBuffer a;
+      FrameBuffer b;
+      FrameBuffer o;
+      part(line, begin, end, a);
+      part(picture, begin, end, b);
+      part(dst, begin, end, o);
+      if (!CompositeFrames(a, b, o, false)) return false;
+    }
+    return true;
+  }
   for (int32_t y = 0; y < height; ++y) {
     const uint8_t* a = line.Row<const uint8_t>(y);
     const uint8_t* b = picture.Row<const uint8_t>(y);
@@ -308,13 +382,16 @@ bool RenderFrame(RenderSetup& setup) {
   const auto sample = static_cast<int32_t>(sizeof(T));
   const PixelFormat grey = sizeof(T) == 1 ? PixelFormat8Gray : PixelFormat32FGray;
 
-  // The picture's frames, the strip of the edge, the edge and the coverage.
+  // The picture's frames, the strip of the edge, the edge and the coverage. The edge's
+  // strip holds the profile and a few columns of zeros: the rest of a strip that covers
+  // the frame would be zeros too, which ZeroBeyondStrip writes without a rotation.
   FrameBuffer zoomed;
   FrameBuffer strip;
   FrameBuffer edge;
   FrameBuffer coverage;
   if (!zoomed.Allocate(w, h, pixelBytes, &memory, source.format, false) ||
-      !strip.Allocate(d + (d >> 1), 2 * d, sample, &memory, grey, false) ||
+      !strip.Allocate(std::min(n + kStripTail, d + (d >> 1)), 2 * d, sample, &memory, grey,
+                      false) ||
       !edge.Allocate(w, h, sample, &memory, grey, false) ||
       !coverage.Allocate(w, h, sample, &memory, grey, false)) {
     return false;
@@ -352,6 +429,7 @@ bool RenderFrame(RenderSetup& setup) {
 
   const SplitProfiles<T> profiles = MakeSplitProfiles<T>(p.f, p.l, p.opacity);
   const StripShift shift = StripRotationShift(w, h, p.cx, p.cy, p.theta, n);
+  const StripAxis axis(p.theta, shift);
 
   // The colour channels: the picture, with the rotated line over it. A field gives back its
   // even rows, whichever field it is.
@@ -378,7 +456,7 @@ bool RenderFrame(RenderSetup& setup) {
     } else {
       line.AttachFrame(work);
     }
-    if (!CompositeLine<T>(line, picture, dst, layout)) return false;
+    if (!CompositeLine<T>(line, picture, dst, layout, axis, n, p.field ? 2 : 1)) return false;
   }
 
   // The edge: full on the picture's side, V across the strip's first n columns, 0 beyond;
@@ -393,6 +471,7 @@ bool RenderFrame(RenderSetup& setup) {
   if (!StripRotated(RotateStrip(strip, edge, p.theta, shift.x, shift.y, kStripLinearSmooth))) {
     return false;
   }
+  if (strip.width < d + (d >> 1)) ZeroBeyondStrip<T>(edge, axis, n + kStripTail / 2);
   const auto multiply =
       sizeof(T) == 1 ? kernels::MultiplyScaled8u_C1 : kernels::MultiplyScaled32f_C1;
   if (multiply(coverage.View(), edge.View()) != kernels::kOk) return false;
