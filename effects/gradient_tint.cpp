@@ -216,7 +216,7 @@ bool RenderFrame(RenderSetup& setup) {
 
 }  // namespace
 
-CGradientTint::CGradientTint() : EffectBase(gradient_tint::kTable) {}
+CGradientTint::CGradientTint() : EffectBase(gradient_tint::kTable, kGradientTintSetupPrograms) {}
 
 bool CGradientTint::Render(IEffectHost* host, const HostFrame* source, uintptr_t /*unused*/,
                            HostFrame* destination, const RenderInfo* info) {

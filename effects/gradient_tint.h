@@ -8,6 +8,9 @@
 
 namespace vitrella {
 
+// The program that the GPU capability test makes.
+extern const ProgramPair kGradientTintSetupPrograms[1];
+
 class CGradientTint final : public EffectBase<CGradientTint, GPUEffectHelper> {
  public:
   CGradientTint();
