@@ -151,10 +151,15 @@ bool RenderFrame(RenderSetup& setup) {
   // The gradient: full on the first tint's side, the ramp rotated over it.
   const auto minSide = static_cast<float>(std::min(width, height));
   const auto ramp = static_cast<int32_t>(v.crossfade * 1.5f * minSide);
-  FillRamp<T>(strip, ramp);
-  FillFull<T>(g);
+  // Only the part of the strip that the rotation reads is filled and rotated.
   const StripShift shift = StripRotationShift(width, height, cx, cy, theta, ramp);
-  if (!StripRotated(RotateStrip(strip, g, theta, shift.x, shift.y, kStripCubicSmooth)) ||
+  const kernels::Size needed = StripExtentNeeded(width, height, theta, shift);
+  FrameBuffer reached;
+  reached.Attach(strip.data, std::min(needed.width, strip.width),
+                 std::min(needed.height, strip.height), strip.pitch, kSample, gray, false);
+  FillRamp<T>(reached, ramp);
+  FillFull<T>(g);
+  if (!StripRotated(RotateStrip(reached, g, theta, shift.x, shift.y, kStripCubicSmooth)) ||
       !CopyFrame(g, m2) || !CopyFrame(g, m3)) {
     return false;
   }
