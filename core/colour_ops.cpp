@@ -62,15 +62,23 @@ bool FillColour(FrameBuffer& frame, float red, float green, float blue) {
     const float v = values[c] < 0.0f ? 0.0f : values[c] > 255.0f ? 255.0f : values[c];
     bytes[c] = static_cast<uint8_t>(v);
   }
+  // Whole pixels: the colour, and the alpha each pixel held.
   for (int32_t y = 0; y < frame.height; ++y) {
-    for (int32_t x = 0; x < frame.width; ++x) {
-      for (int c = 0; c < 4; ++c) {
-        if (c == places.alpha) continue;
-        if (isFloat) {
-          frame.Row<float>(y)[4 * x + c] = values[c];
-        } else {
-          frame.Row(y)[4 * x + c] = bytes[c];
-        }
+    if (isFloat) {
+      float* row = frame.Row<float>(y);
+      for (int32_t x = 0; x < frame.width; ++x) {
+        const float kept = row[4 * x + places.alpha];
+        for (int c = 0; c < 4; ++c)
+          row[4 * x + c] = values[c];
+        row[4 * x + places.alpha] = kept;
+      }
+    } else {
+      uint8_t* row = frame.Row(y);
+      for (int32_t x = 0; x < frame.width; ++x) {
+        const uint8_t kept = row[4 * x + places.alpha];
+        for (int c = 0; c < 4; ++c)
+          row[4 * x + c] = bytes[c];
+        row[4 * x + places.alpha] = kept;
       }
     }
   }

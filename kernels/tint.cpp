@@ -35,12 +35,22 @@ float MaskValue(const uint8_t* row, int32_t x, int32_t step) {
   return static_cast<float>(value);
 }
 
+// 65535 / d for every byte difference d, so that the match divides by a table.
+struct InverseDeltas {
+  int32_t of[256];
+  constexpr InverseDeltas() : of() {
+    for (int32_t d = 1; d < 256; ++d)
+      of[d] = 65535 / d;
+  }
+};
+constexpr InverseDeltas kInverseDeltas;
+
 // The 768-step hue of the eight-bit colour match: blue tested first, then green.
 int32_t MatchHue8(int32_t r, int32_t g, int32_t b) {
   const int32_t high = std::max({r, g, b});
   const int32_t delta = high - std::min({r, g, b});
   if (delta < 1) return 0;
-  const int32_t k = 65535 / delta;
+  const int32_t k = kInverseDeltas.of[delta];
   if (b == high) {
     const int32_t h = ((g - r) * k) >> 9;
     return h < 0 ? h + 768 : h;
@@ -208,14 +218,22 @@ Status Mix8u_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_t
     const uint8_t* pb = b.Row(y);
     const uint8_t* pm = mask.Row(y);
     uint8_t* out = dst.Row(y);
-    for (int32_t x = 0; x < w; ++x) {
-      const int32_t t = pm[static_cast<ptrdiff_t>(x) * maskStep];
-      for (int32_t c = 0; c < 4; ++c) {
-        if (c == alpha) continue;
-        const int32_t sum = pa[4 * x + c] * t + pb[4 * x + c] * (255 - t);
-        const int32_t v = divide == MixDivide::kShift8 ? sum >> 8 : sum / 255;
-        out[4 * x + c] = static_cast<uint8_t>(std::min(v, 255));
+    // All four channels without a branch, then dst's alpha put back: the loops vectorise.
+    const auto mix = [&](auto divideBy) {
+      for (int32_t x = 0; x < w; ++x) {
+        const int32_t t = pm[static_cast<ptrdiff_t>(x) * maskStep];
+        const uint8_t kept = out[4 * x + alpha];
+        for (int32_t c = 0; c < 4; ++c) {
+          const int32_t sum = pa[4 * x + c] * t + pb[4 * x + c] * (255 - t);
+          out[4 * x + c] = static_cast<uint8_t>(std::min(divideBy(sum), 255));
+        }
+        out[4 * x + alpha] = kept;
       }
+    };
+    if (divide == MixDivide::kShift8) {
+      mix([](int32_t sum) { return sum >> 8; });
+    } else {
+      mix([](int32_t sum) { return sum / 255; });
     }
   }
   return kOk;
@@ -235,10 +253,10 @@ Status Mix32f_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_
     float* out = dst.Row<float>(y);
     for (int32_t x = 0; x < w; ++x) {
       const float t = MaskValue<float>(pm, x, maskStep);
-      for (int32_t c = 0; c < 4; ++c) {
-        if (c == alpha) continue;
+      const float kept = out[4 * x + alpha];
+      for (int32_t c = 0; c < 4; ++c)
         out[4 * x + c] = std::min(pa[4 * x + c] * t + pb[4 * x + c] * (1.0f - t), 1.0f);
-      }
+      out[4 * x + alpha] = kept;
     }
   }
   return kOk;
