@@ -69,6 +69,30 @@ double Blue(TestFrame& f, int x, int y) {
   return f.Get(x, y, ChannelPlacesOf(f.Format()).blue) * 255.0 / Full(f.Format());
 }
 
+// The panel as it was laid out, with its two oddities, and the ends of the tables.
+TEST_F(GradientTintRender, TablesKeepTheirOdditiesAndEnds) {
+  ParamInfo info{};
+  ASSERT_TRUE(effect_->GetParamInfo(10, &info));
+  EXPECT_STREQ(info.name, "Second Tint");
+  EXPECT_EQ(info.panelHeight, 120);
+  ASSERT_TRUE(effect_->GetParamInfo(5, &info));
+  EXPECT_EQ(info.panelHeight, 30);
+  EXPECT_FALSE(effect_->GetParamInfo(16, &info));
+  EXPECT_FALSE(effect_->GetParamInfo(0, nullptr));
+  EXPECT_EQ(effect_->GetParamToolTip(4), nullptr);
+  EXPECT_STREQ(effect_->GetParamToolTip(9), "Sets color, tint and mask for tint one");
+  EXPECT_STREQ(effect_->GetParamToolTip(14), "Sets color, tint and mask for tint two");
+  EXPECT_EQ(effect_->GetParamToolTip(16), nullptr);
+  EXPECT_STREQ(effect_->GetPresetName(34), "Yellow Silhouette");
+  EXPECT_EQ(effect_->GetPresetName(35), nullptr);
+  ParamValue value{};
+  ASSERT_TRUE(effect_->GetPresetValue(6, 15, &value));
+  EXPECT_EQ(value.choice, 9);  // "Desert Victory" blends by hue
+  EXPECT_FALSE(effect_->GetPresetValue(35, 0, &value));
+  EXPECT_FALSE(effect_->GetPresetValue(0, 16, &value));
+  EXPECT_FALSE(effect_->GetPresetValue(0, 0, nullptr));
+}
+
 TEST_F(GradientTintRender, BlendZeroInNormalModeReturnsThePicture) {
   Value("Blend", "First Tint").slider = 0.0f;
   Value("Blend", "Second Tint").slider = 0.0f;
