@@ -1,5 +1,6 @@
 #include "core/strip_rotation.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/frame_ops.h"
@@ -32,6 +33,25 @@ StripShift StripRotationShift(int32_t width, int32_t height, int32_t cx, int32_t
   }
   const double half = rampLength >> 1;
   return {cx - half * c - behind * s, cy + half * s - behind * c};
+}
+
+kernels::Size StripExtentNeeded(int32_t width, int32_t height, float thetaDegrees,
+                                StripShift shift) {
+  const double s = std::sin(thetaDegrees * kDegrees);
+  const double c = std::cos(thetaDegrees * kDegrees);
+  constexpr double kMargin = 4.0;
+  double farU = 0.0;
+  double farV = 0.0;
+  for (const double x : {-kMargin, width - 1.0 + kMargin}) {
+    for (const double y : {-kMargin, height - 1.0 + kMargin}) {
+      farU = std::fmax(farU, (x - shift.x) * c - (y - shift.y) * s);
+      farV = std::fmax(farV, (x - shift.x) * s + (y - shift.y) * c);
+    }
+  }
+  const auto extent = [](double far) {
+    return static_cast<int32_t>(std::fmin(std::ceil(far) + kMargin, 1e9));
+  };
+  return {std::max(2, extent(farU)), std::max(2, extent(farV))};
 }
 
 kernels::Status RotateStrip(const FrameBuffer& strip, FrameBuffer& dst, float thetaDegrees,

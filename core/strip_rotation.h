@@ -25,6 +25,13 @@ struct StripShift {
 StripShift StripRotationShift(int32_t width, int32_t height, int32_t cx, int32_t cy,
                               float thetaDegrees, int32_t rampLength);
 
+// The columns and rows of a strip, from its origin, that a rotation with this shift reads
+// for a width x height frame: the frame's corners mapped into the strip, with room for the
+// cubic's taps and the smoothed edge. A strip cut to this extent (and no more than it
+// holds) gives the same picture as the whole strip, and only this much needs filling.
+kernels::Size StripExtentNeeded(int32_t width, int32_t height, float thetaDegrees,
+                                StripShift shift);
+
 // Maps the strip about its origin onto dst: strip pixel (u, v) lands on
 // (shiftX + u cos θ + v sin θ, shiftY − u sin θ + v cos θ) in (column, row), so the strip's x
 // axis runs along (cos θ, −sin θ). Pixels of dst outside the rotated strip keep their

@@ -4,6 +4,7 @@
 
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
+#include "effects/gradient_tint.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
 #include "effects/spotlight.h"
@@ -25,7 +26,7 @@ constexpr EffectFactory kEffects[kEffectCount] = {
     nullptr,                      // 1 Diffusion
     nullptr,                      // 2 Dual Booster
     &Make<CEdgeSmoother>,         // 3 Edge Smoother
-    nullptr,                      // 4 Gradient Tint
+    &Make<CGradientTint>,         // 4 Gradient Tint
     nullptr,                      // 5 Image Mapper
     nullptr,                      // 6 Proportion Helper
     &Make<CRollingShutterFixer>,  // 7 Rolling Shutter

@@ -96,7 +96,6 @@ WarpRowMap RowMap(const ProjectiveMap& map, int32_t base, int32_t y, const Rect&
   return {ToFloat(a), ToFloat(b), ToFloat(c), ToFloat(d), ToFloat(e), ToFloat(f)};
 }
 
-// A null vector row leaves the plain row to every code path.
 using WarpRowFn = void (*)(const WarpSource& source, const WarpRowMap& map, int32_t first,
                            int32_t end, uint8_t* base, int32_t mode);
 
@@ -126,9 +125,7 @@ Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
   const bool offsetsFit = (static_cast<double>(srcRect.height) - 1) * src.pitch +
                               static_cast<double>(srcRect.width) * kPixelBytes <=
                           INT32_MAX;
-  const WarpRowFn row = UseReferenceKernels() || !offsetsFit || vectorRow == nullptr
-                            ? WarpRow<T, kChannels>
-                            : vectorRow;
+  const WarpRowFn row = UseReferenceKernels() || !offsetsFit ? WarpRow<T, kChannels> : vectorRow;
 
   double top = dstQuad[0][1], bottom = dstQuad[0][1];
   double left = dstQuad[0][0], right = dstQuad[0][0];
@@ -196,12 +193,14 @@ Status WarpQuad32f_C4(ConstImageView src, Rect srcRect, const Quad srcQuad, Imag
 
 Status WarpQuad8u_C1(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
                      Rect dstRect, const Quad dstQuad, int32_t interpolation) {
-  return Warp<uint8_t, 1>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation, nullptr);
+  return Warp<uint8_t, 1>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
+                          vector::WarpRow8u_C1);
 }
 
 Status WarpQuad32f_C1(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
                       Rect dstRect, const Quad dstQuad, int32_t interpolation) {
-  return Warp<float, 1>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation, nullptr);
+  return Warp<float, 1>(src, srcRect, srcQuad, dst, dstRect, dstQuad, interpolation,
+                        vector::WarpRow32f_C1);
 }
 
 }  // namespace vitrella::kernels

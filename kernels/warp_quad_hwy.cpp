@@ -224,6 +224,131 @@ void WarpRow32f_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int3
 
 #endif
 
+#if HWY_TARGET == HWY_SCALAR
+
+// One lane: the plain rows are the vector rows.
+void WarpRow8u_C1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode) {
+  WarpRow<uint8_t, 1>(s, m, first, end, base, mode);
+}
+void WarpRow32f_C1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode) {
+  WarpRow<float, 1>(s, m, first, end, base, mode);
+}
+
+#else
+
+// CubicWeights of warp_quad_pixel.h, in its order of operations.
+template <class DF>
+HWY_INLINE void CubicWeightsV(DF df, hn::Vec<DF> t, hn::Vec<DF> w[3]) {
+  const auto half = hn::Set(df, 0.5f);
+  const auto one = hn::Set(df, 1.0f);
+  w[0] =
+      hn::Mul(hn::Mul(hn::Sub(hn::Mul(hn::Add(hn::Neg(t), hn::Set(df, 2.0f)), t), one), t), half);
+  w[1] = hn::Mul(
+      hn::Mul(hn::Add(hn::Mul(hn::Add(hn::Mul(hn::Set(df, -3.0f), t), hn::Set(df, 4.0f)), t), one),
+              t),
+      half);
+  w[2] = hn::Mul(hn::Mul(hn::Mul(hn::Sub(t, one), t), t), half);
+}
+
+// CubicBlend of warp_quad_pixel.h.
+template <class V>
+HWY_INLINE V CubicBlendV(V v0, V v1, V v2, V v3, const V w[3]) {
+  V sum = hn::Add(v1, hn::Mul(hn::Sub(v0, v1), w[0]));
+  sum = hn::Add(sum, hn::Mul(hn::Sub(v2, v1), w[1]));
+  return hn::Add(sum, hn::Mul(hn::Sub(v3, v1), w[2]));
+}
+
+// One-channel cubic, a vector of pixels at a time: the 4 by 4 taps are gathered, and the
+// arithmetic follows SampleCubic. Floats gather each tap with its column clamped; bytes
+// gather each row's four taps as one 32-bit word, which lies inside the row only where no
+// column needs clamping: a vector with such a lane, and the row's tail, take the plain row.
+template <typename T>
+void WarpRowC1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+               uint8_t* HWY_RESTRICT base, int32_t mode) {
+  const hn::ScalableTag<float> df;
+  const hn::RebindToSigned<decltype(df)> di;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  int32_t i = first;
+  if (mode == kInterCubic) {
+    const RowMapper<decltype(df)> mapper(df, s, m);
+    const auto pitch = hn::Set(di, static_cast<int32_t>(s.pitch));
+    const auto lastX = hn::Set(di, s.width - 1);
+    const auto lastY = hn::Set(di, s.height - 1);
+    const auto zero = hn::Zero(di);
+    const auto one = hn::Set(di, 1);
+    for (; i + lanes <= end; i += lanes) {
+      const RowPositions<decltype(df)> p = mapper.At(i);
+      const auto fu = hn::Floor(p.u);
+      const auto fv = hn::Floor(p.v);
+      hn::Vec<decltype(df)> wx[3], wy[3];
+      CubicWeightsV(df, hn::Sub(p.u, fu), wx);
+      CubicWeightsV(df, hn::Sub(p.v, fv), wy);
+      const auto x = hn::ConvertTo(di, fu);
+      const auto y = hn::ConvertTo(di, fv);
+      hn::Vec<decltype(df)> down[4];
+      if constexpr (sizeof(T) == 1) {
+        // Taps x - 1 .. x + 2 must lie in the row for the word gather.
+        if (!hn::AllTrue(di, hn::And(x > zero, lastX > hn::Add(x, one)))) {
+          WarpRow<T, 1>(s, m, i, i + lanes, base, mode);
+          continue;
+        }
+        const int32_t* words = reinterpret_cast<const int32_t*>(s.origin);
+        const auto firstTap = hn::Sub(x, one);
+        const auto byteMask = hn::Set(di, 0xFF);
+        for (int r = 0; r < 4; ++r) {
+          const auto row = hn::Min(hn::Max(hn::Add(y, hn::Set(di, r - 1)), zero), lastY);
+          const auto word = hn::GatherOffset(di, words, hn::Add(hn::Mul(row, pitch), firstTap));
+          const auto tap = [&](auto shifted) {
+            return hn::ConvertTo(df, hn::And(shifted, byteMask));
+          };
+          down[r] = CubicBlendV(tap(word), tap(hn::ShiftRight<8>(word)),
+                                tap(hn::ShiftRight<16>(word)), tap(hn::ShiftRight<24>(word)), wx);
+        }
+      } else {
+        const float* floats = reinterpret_cast<const float*>(s.origin);
+        hn::Vec<decltype(di)> columns[4];
+        for (int k = 0; k < 4; ++k) {
+          const auto c = hn::Min(hn::Max(hn::Add(x, hn::Set(di, k - 1)), zero), lastX);
+          columns[k] = hn::ShiftLeft<2>(c);
+        }
+        for (int r = 0; r < 4; ++r) {
+          const auto row =
+              hn::Mul(hn::Min(hn::Max(hn::Add(y, hn::Set(di, r - 1)), zero), lastY), pitch);
+          down[r] = CubicBlendV(hn::GatherOffset(df, floats, hn::Add(row, columns[0])),
+                                hn::GatherOffset(df, floats, hn::Add(row, columns[1])),
+                                hn::GatherOffset(df, floats, hn::Add(row, columns[2])),
+                                hn::GatherOffset(df, floats, hn::Add(row, columns[3])), wx);
+        }
+      }
+      const auto value = CubicBlendV(down[0], down[1], down[2], down[3], wy);
+      if constexpr (sizeof(T) == 1) {
+        // SampleToByte: to nearest, ties to even, then saturated.
+        const auto rounded = hn::Round(value);
+        const auto positive = hn::IfThenElseZero(rounded > hn::Zero(df), rounded);
+        const auto clamped = hn::Min(positive, hn::Set(df, 255.0f));
+        const hn::Rebind<uint8_t, decltype(di)> d8;
+        hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(di, clamped)), d8, base + i);
+      } else {
+        hn::StoreU(value, df, reinterpret_cast<float*>(base) + i);
+      }
+    }
+  }
+  WarpRow<T, 1>(s, m, i, end, base, mode);
+}
+
+void WarpRow8u_C1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode) {
+  WarpRowC1<uint8_t>(s, m, first, end, base, mode);
+}
+void WarpRow32f_C1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode) {
+  WarpRowC1<float>(s, m, first, end, base, mode);
+}
+
+#endif
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -232,6 +357,18 @@ namespace vitrella::kernels::vector {
 
 HWY_EXPORT(WarpRow8u_C4);
 HWY_EXPORT(WarpRow32f_C4);
+HWY_EXPORT(WarpRow8u_C1);
+HWY_EXPORT(WarpRow32f_C1);
+
+void WarpRow8u_C1(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode) {
+  HWY_DYNAMIC_DISPATCH(WarpRow8u_C1)(source, map, first, end, base, mode);
+}
+
+void WarpRow32f_C1(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode) {
+  HWY_DYNAMIC_DISPATCH(WarpRow32f_C1)(source, map, first, end, base, mode);
+}
 
 void WarpRow8u_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
                   uint8_t* base, int32_t mode) {

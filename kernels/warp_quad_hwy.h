@@ -13,5 +13,10 @@ void WarpRow8u_C4(const WarpSource& source, const WarpRowMap& map, int32_t first
                   uint8_t* base, int32_t mode);
 void WarpRow32f_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
                    uint8_t* base, int32_t mode);
+// One-channel rows; cubic in vectors, nearest and bilinear by the plain rows.
+void WarpRow8u_C1(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                  uint8_t* base, int32_t mode);
+void WarpRow32f_C1(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
+                   uint8_t* base, int32_t mode);
 
 }  // namespace vitrella::kernels::vector

@@ -67,6 +67,19 @@ void ExpectGradient(PixelFormat format, int32_t interpolation, Frame frame, int3
   FillFull(dst);
   const StripShift shift = StripRotationShift(frame.width, frame.height, cx, cy, theta, ramp);
   ASSERT_EQ(RotateStrip(strip, dst, theta, shift.x, shift.y, interpolation), kernels::kOk);
+  // The strip cut to the extent the rotation reads gives the same picture.
+  const kernels::Size needed = StripExtentNeeded(frame.width, frame.height, theta, shift);
+  FrameBuffer cut;
+  FrameBuffer again;
+  cut.Attach(strip.data, std::min(needed.width, strip.width), std::min(needed.height, strip.height),
+             strip.pitch, bytes, format, false);
+  ASSERT_TRUE(again.Allocate(frame.width, frame.height, bytes, nullptr, format, false));
+  FillFull(again);
+  ASSERT_EQ(RotateStrip(cut, again, theta, shift.x, shift.y, interpolation), kernels::kOk);
+  for (int32_t y = 0; y < frame.height; ++y) {
+    ASSERT_EQ(std::memcmp(again.Row(y), dst.Row(y), static_cast<size_t>(frame.width) * bytes), 0)
+        << "cut strip, theta " << theta << " row " << y;
+  }
   const double radians = theta * 3.14159265358979323846 / 180.0;
   // The cubic rounds the ramp's two kinks by up to about a pixel's step, and the 8-bit ramp
   // and result add a step of 255 each.

@@ -19,6 +19,7 @@
 #include "common/test_frame.h"
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
+#include "effects/gradient_tint.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
 #include "effects/spotlight.h"
@@ -70,6 +71,11 @@ const EffectCase kEffects[] = {
     Case<CEdgeSmoother>(
         "Edge Smoother",
         {{"Font Smoothing - Strong"}, {"Smooth SD to HD Upres"}, {"Font Smoothing - Weak"}}),
+    Case<CGradientTint>("Gradient Tint", {{"Bluer Skies"},
+                                          {"Desert Victory"},
+                                          {"Faux 3D Glasses", 2},
+                                          {"Fading Film 3", kFieldModeFrame, 1.4587},
+                                          {"Technicolor Divide", 1, 0.9}}),
     Case<CRollingShutterFixer>("Rolling Shutter", {{"Reset to None"}}),
     Case<CSplitScreen>("Split Screen", {{"Red Laser"},
                                         {"Left Half"},

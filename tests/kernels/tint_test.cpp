@@ -1,0 +1,226 @@
+// The tint colour arithmetic: every blend mode against its row of the table on ramps of
+// both inputs, the colour match's limits, the mix rules per format, and HSV there and back.
+#include "kernels/tint.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace vitrella::kernels {
+namespace {
+
+// Two four-channel pictures whose values run over every pair (a, b) of a ramp.
+struct Ramps {
+  static constexpr int32_t kSteps = 52;  // 0, 5, ..., 255
+  std::vector<uint8_t> a, b;
+  std::vector<float> fa, fb;
+  Ramps() {
+    for (int32_t i = 0; i < kSteps; ++i) {
+      for (int32_t j = 0; j < kSteps; ++j) {
+        for (int32_t c = 0; c < 4; ++c) {
+          a.push_back(static_cast<uint8_t>(i * 5));
+          b.push_back(static_cast<uint8_t>(j * 5));
+          fa.push_back(static_cast<float>(i * 5) / 255.0f);
+          fb.push_back(static_cast<float>(j * 5) / 255.0f);
+        }
+      }
+    }
+  }
+};
+
+template <typename T>
+BasicView<T> ViewOf(std::vector<std::remove_const_t<T>>& v, int32_t width) {
+  const int32_t height = static_cast<int32_t>(v.size()) / (4 * width);
+  return {reinterpret_cast<T*>(v.data()), static_cast<ptrdiff_t>(width * 4 * sizeof(v[0])), width,
+          height};
+}
+
+ImageView FloatView(std::vector<float>& v, int32_t width) {
+  const int32_t height = static_cast<int32_t>(v.size()) / (4 * width);
+  return {reinterpret_cast<uint8_t*>(v.data()), static_cast<ptrdiff_t>(width) * 16, width, height};
+}
+
+int32_t Table8(int32_t a, int32_t b, int32_t mode) {
+  switch (mode) {
+    case 1:
+      return std::clamp(b + 2 * a - 256, 0, 255);
+    case 2:
+      return 255 - (((255 - a) * (255 - b)) >> 8);
+    case 3:
+      return (a * b) >> 8;
+    case 4:
+      return std::max(a, b);
+    case 5:
+      return std::min(a, b);
+    case 6:
+      return b > 254 ? 255 : std::min(a * 256 / (255 - b), 255);
+    case 7:
+      return b < 1 ? 0 : std::max((a - 255) * 256 / b + 255, 0);
+    case 8:
+      return 255 - std::abs(255 - a - b);
+    default:
+      return b;
+  }
+}
+
+double Table32(double a, double b, int32_t mode) {
+  switch (mode) {
+    case 1:
+      return std::clamp(2 * a + b - 1, 0.0, 1.0);
+    case 2:
+      return 1 - (1 - a) * (1 - b);
+    case 3:
+      return a * b;
+    case 4:
+      return std::max(a, b);
+    case 5:
+      return std::min(a, b);
+    case 6:
+      return b >= 1 ? 1 : std::min(a / (1 - b), 1.0);
+    case 7:
+      return b > 0 ? std::max(1 - (1 - a) / b, 0.0) : 0;
+    case 8:
+      return 1 - std::fabs(1 - a - b);
+    default:
+      return b;
+  }
+}
+
+TEST(TintBlend, EveryModeFollowsItsRowOnRampsAndLeavesAlpha) {
+  for (int32_t mode = 0; mode < kBlendHue; ++mode) {
+    Ramps r;
+    ASSERT_EQ(BlendTint8u_C4(ViewOf<const uint8_t>(r.a, Ramps::kSteps),
+                             ViewOf<uint8_t>(r.b, Ramps::kSteps), mode, 3),
+              kOk);
+    ASSERT_EQ(
+        BlendTint32f_C4(FloatView(r.fa, Ramps::kSteps), FloatView(r.fb, Ramps::kSteps), mode, 3),
+        kOk);
+    const Ramps fresh;
+    for (size_t i = 0; i < r.b.size(); ++i) {
+      if (i % 4 == 3) {
+        ASSERT_EQ(r.b[i], fresh.b[i]);
+        ASSERT_EQ(r.fb[i], fresh.fb[i]);
+        continue;
+      }
+      ASSERT_EQ(r.b[i], Table8(fresh.a[i], fresh.b[i], mode)) << "mode " << mode << " at " << i;
+      ASSERT_NEAR(r.fb[i], Table32(fresh.fa[i], fresh.fb[i], mode), 2e-6) << "mode " << mode;
+    }
+  }
+  std::vector<uint8_t> pixel(4, 9);
+  EXPECT_EQ(BlendTint8u_C4(ViewOf<const uint8_t>(pixel, 1), ViewOf<uint8_t>(pixel, 1), 9, 3),
+            kBadSize);
+  EXPECT_EQ(BlendTint8u_C4(ViewOf<const uint8_t>(pixel, 1), ViewOf<uint8_t>(pixel, 1), -1, 3),
+            kBadSize);
+}
+
+// Multiply and Screen shift by 8: white times white stays below white.
+TEST(TintBlend, ShiftedRowsNeverQuiteReachWhite) {
+  EXPECT_EQ(Table8(255, 255, 3), 254);
+  std::vector<uint8_t> a(4, 255), b(4, 255);
+  ASSERT_EQ(BlendTint8u_C4(ViewOf<const uint8_t>(a, 1), ViewOf<uint8_t>(b, 1), 3, 3), kOk);
+  EXPECT_EQ(b[0], 254);
+}
+
+TEST(TintMix, EachFormatHasItsOwnRounding) {
+  std::vector<uint8_t> a = {200, 100, 0, 7}, b = {10, 255, 255, 9}, out(4, 0);
+  std::vector<uint8_t> mask = {64};
+  const ConstImageView m{mask.data(), 1, 1, 1};
+  ASSERT_EQ(Mix8u_C4(ViewOf<const uint8_t>(a, 1), ViewOf<const uint8_t>(b, 1), m, 1,
+                     ViewOf<uint8_t>(out, 1), 3, MixDivide::kShift8),
+            kOk);
+  EXPECT_EQ(out, (std::vector<uint8_t>{(200 * 64 + 10 * 191) >> 8, (100 * 64 + 255 * 191) >> 8,
+                                       (255 * 191) >> 8, 0}));
+  ASSERT_EQ(Mix8u_C4(ViewOf<const uint8_t>(a, 1), ViewOf<const uint8_t>(b, 1), m, 1,
+                     ViewOf<uint8_t>(out, 1), 0, MixDivide::kBy255),
+            kOk);
+  // Channel 0 is alpha now and keeps what the first mix wrote.
+  EXPECT_EQ(out, (std::vector<uint8_t>{(200 * 64 + 10 * 191) >> 8, (100 * 64 + 255 * 191) / 255,
+                                       (255 * 191) / 255, (7 * 64 + 9 * 191) / 255}));
+  // Nothing of b at full mask, all of b at 0, with the division by 255.
+  mask[0] = 0;
+  ASSERT_EQ(Mix8u_C4(ViewOf<const uint8_t>(a, 1), ViewOf<const uint8_t>(b, 1), m, 1,
+                     ViewOf<uint8_t>(out, 1), 3, MixDivide::kBy255),
+            kOk);
+  EXPECT_EQ((std::vector<uint8_t>(out.begin(), out.begin() + 3)),
+            (std::vector<uint8_t>(b.begin(), b.begin() + 3)));
+  std::vector<float> fa = {0.9f, 0.5f, 0.2f, 1.0f}, fb = {0.8f, 0.5f, 0.1f, 0.3f}, fo(4, -1.0f);
+  std::vector<float> fm = {1.5f};  // a mask above 1 still gives at most 1
+  ASSERT_EQ(Mix32f_C4({reinterpret_cast<uint8_t*>(fa.data()), 16, 1, 1},
+                      {reinterpret_cast<uint8_t*>(fb.data()), 16, 1, 1},
+                      {reinterpret_cast<uint8_t*>(fm.data()), 4, 1, 1}, 4,
+                      {reinterpret_cast<uint8_t*>(fo.data()), 16, 1, 1}, 3),
+            kOk);
+  EXPECT_FLOAT_EQ(fo[0], 0.9f * 1.5f - 0.8f * 0.5f);
+  EXPECT_FLOAT_EQ(fo[3], -1.0f);
+}
+
+TEST(TintColourMask, SameColourPassesFarColourTakesTheBase) {
+  const ColourPlaces bgra{2, 1, 0, 3};
+  std::vector<uint8_t> picture = {40, 90, 200, 255, 0, 255, 0, 255};
+  std::vector<uint8_t> tint = {40, 90, 200, 0, 255, 0, 255, 0};
+  for (int32_t g : {0, 255}) {
+    std::vector<uint8_t> mask = {static_cast<uint8_t>(g), static_cast<uint8_t>(g)};
+    ASSERT_EQ(ColourMask8u(ViewOf<const uint8_t>(picture, 2), ViewOf<const uint8_t>(tint, 2),
+                           {mask.data(), 2, 2, 1}, bgra, 10, 20),
+              kOk);
+    // A match of 255 saturates either base; no match leaves the base of the tint's side.
+    EXPECT_EQ(mask[0], (255 * 255) >> 8);
+    EXPECT_EQ(mask[1], g == 0 ? (255 * 20) >> 8 : (255 * 10) >> 8);
+  }
+  std::vector<float> fp = {0.2f, 0.4f, 0.6f, 1.0f}, ft = {0.2f, 0.4f, 0.6f, 1.0f}, fm = {0.5f};
+  ASSERT_EQ(ColourMask32f({reinterpret_cast<uint8_t*>(fp.data()), 16, 1, 1},
+                          {reinterpret_cast<uint8_t*>(ft.data()), 16, 1, 1},
+                          {reinterpret_cast<uint8_t*>(fm.data()), 4, 1, 1}, bgra, 0, 0),
+            kOk);
+  EXPECT_FLOAT_EQ(fm[0], 1.0f);
+}
+
+TEST(TintStrength, BlendsBothTintsByTheGradient) {
+  std::vector<uint8_t> m = {0, 255, 128};
+  ASSERT_EQ(StrengthMask8u({m.data(), 3, 3, 1}, 1.0001f, 0.5f), kOk);
+  EXPECT_EQ(
+      m, (std::vector<uint8_t>{(255 * 128) >> 8, (255 * 256) >> 8, (127 * 128 + 128 * 256) >> 8}));
+  std::vector<float> f = {0.0f, 1.0f, 0.25f};
+  ASSERT_EQ(StrengthMask32f({reinterpret_cast<uint8_t*>(f.data()), 12, 3, 1}, 0.8f, 0.4f), kOk);
+  EXPECT_FLOAT_EQ(f[2], 0.25f * 0.8f + 0.75f * 0.4f);
+}
+
+TEST(TintHsv, RoundTripKeepsColours) {
+  for (int r = 0; r < 256; r += 15) {
+    for (int g = 0; g < 256; g += 17) {
+      for (int b = 0; b < 256; b += 19) {
+        float hsv[3], rgb[3];
+        RgbToHsv(r / 255.0f, g / 255.0f, b / 255.0f, hsv);
+        ASSERT_GE(hsv[0], 0.0f);
+        ASSERT_LT(hsv[0], 1.0f);
+        HsvToRgb(hsv[0], hsv[1], hsv[2], rgb);
+        ASSERT_NEAR(rgb[0] * 255.0f, r, 1e-3);
+        ASSERT_NEAR(rgb[1] * 255.0f, g, 1e-3);
+        ASSERT_NEAR(rgb[2] * 255.0f, b, 1e-3);
+      }
+    }
+  }
+}
+
+// Full strength takes the tint's hue with the picture's saturation and value; none keeps
+// the picture (within the rounding of stored 8-bit HSV).
+TEST(TintHsv, HueBlendMovesOnlyTheHue) {
+  std::vector<uint8_t> picture = {200, 60, 30, 255, 200, 60, 30, 255};
+  std::vector<uint8_t> tint = {0, 0, 255, 0, 0, 0, 255, 0};  // pure blue in stored order 2
+  std::vector<uint8_t> strength = {255, 0};
+  std::vector<uint8_t> out(8, 0);
+  ASSERT_EQ(HueBlend8u_C4(ViewOf<const uint8_t>(picture, 2), ViewOf<const uint8_t>(tint, 2),
+                          {strength.data(), 2, 2, 1}, ViewOf<uint8_t>(out, 2), 0),
+            kOk);
+  float hsv[3];
+  RgbToHsv(out[0] / 255.0f, out[1] / 255.0f, out[2] / 255.0f, hsv);
+  EXPECT_NEAR(hsv[0], 4.0f / 6.0f, 0.01f);
+  EXPECT_EQ(std::max({out[0], out[1], out[2]}), 200);
+  for (int c = 0; c < 3; ++c)
+    EXPECT_NEAR(out[4 + c], picture[4 + c], 2);
+}
+
+}  // namespace
+}  // namespace vitrella::kernels
