@@ -6,8 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "core/colour_ops.h"
 #include "core/frame_buffer.h"
-#include "core/frame_math.h"
 #include "core/frame_ops.h"
 #include "core/render_setup.h"
 #include "core/strip_rotation.h"
@@ -315,52 +315,36 @@ void ZeroBeyondStrip(FrameBuffer& edge, const StripAxis& axis, int32_t from) {
   }
 }
 
-// The rotated line over the picture, by the line's alpha: the over operator of the
-// kernels for blue-first bytes and for floats, whose results there equal
-// line · a + picture · (1 - a) with the picture opaque, and that sum shifted right by 8 and
-// limited to 255 for alpha-first bytes. Blue-first bytes where the line is clear come out
-// as the picture: only the band around the line's columns, u from -2 to n + 2, is
-// composed, and the rest copied. Row y of the frames is row y * rowStep of the rotation.
-template <typename T>
-bool CompositeLine(const FrameBuffer& line, const FrameBuffer& picture, FrameBuffer& dst,
-                   const PixelLayout& l, const StripAxis& axis, int32_t n, int32_t rowStep) {
+// The rotated line over the picture by the line's alpha, with each format's rule of the
+// mix. Blue-first bytes and floats come out as the picture where the line is clear, but
+// alpha-first bytes do not (their shift by 8 darkens a level), nor floats above 1 (which
+// the mix limits). So blue-first bytes are mixed only in the band around the line's
+// columns, u from -2 to n + 2, and copied elsewhere. Row y of the frames is row
+// y * rowStep of the rotation.
+bool MixLine(const FrameBuffer& line, const FrameBuffer& picture, FrameBuffer& dst,
+             const StripAxis& axis, int32_t n, int32_t rowStep) {
+  if (line.format != PixelFormat8BGRA) return MixFramesByAlpha(line, picture, dst);
   const int32_t width = std::min({line.width, picture.width, dst.width});
   const int32_t height = std::min({line.height, picture.height, dst.height});
-  if (sizeof(T) != 1) return CompositeFrames(line, picture, dst, false);
-  if (l.alpha != 0) {
-    for (int32_t y = 0; y < height; ++y) {
-      const auto [begin, end] = axis.Span(y * rowStep, -2.0, n + 2.0, width);
-      const auto part = [&](const FrameBuffer& frame, int32_t x0, int32_t x1, FrameBuffer& view) {
-        view.Attach(frame.Row<uint8_t>(y) + static_cast<ptrdiff_t>(x0) * 4, x1 - x0, 1, frame.pitch,
-                    4, frame.format, false);
-      };
-      uint8_t* out = dst.Row<uint8_t>(y);
-      const uint8_t* in = picture.Row<const uint8_t>(y);
-      std::copy(in, in + 4 * static_cast<ptrdiff_t>(begin), out);
-      std::copy(in + 4 * static_cast<ptrdiff_t>(end), in + 4 * static_cast<ptrdiff_t>(width),
-                out + 4 * static_cast<ptrdiff_t>(end));
-      if (begin == end) continue;
-      FrameBuffer a;
-      FrameBuffer b;
-      FrameBuffer o;
-      part(line, begin, end, a);
-      part(picture, begin, end, b);
-      part(dst, begin, end, o);
-      if (!CompositeFrames(a, b, o, false)) return false;
-    }
-    return true;
-  }
   for (int32_t y = 0; y < height; ++y) {
-    const uint8_t* a = line.Row<const uint8_t>(y);
-    const uint8_t* b = picture.Row<const uint8_t>(y);
+    const auto [begin, end] = axis.Span(y * rowStep, -2.0, n + 2.0, width);
+    const uint8_t* in = picture.Row<const uint8_t>(y);
     uint8_t* out = dst.Row<uint8_t>(y);
-    for (int32_t x = 0; x < 4 * width; x += 4) {
-      const int32_t t = a[x];
-      for (int c = 0; c < 4; ++c) {
-        out[x + c] =
-            static_cast<uint8_t>(std::min((a[x + c] * t + b[x + c] * (255 - t)) >> 8, 255));
-      }
-    }
+    std::copy(in, in + 4 * static_cast<ptrdiff_t>(begin), out);
+    std::copy(in + 4 * static_cast<ptrdiff_t>(end), in + 4 * static_cast<ptrdiff_t>(width),
+              out + 4 * static_cast<ptrdiff_t>(end));
+    if (begin == end) continue;
+    const auto part = [&](const FrameBuffer& frame, FrameBuffer& view) {
+      view.Attach(frame.Row<uint8_t>(y) + static_cast<ptrdiff_t>(begin) * 4, end - begin, 1,
+                  frame.pitch, 4, frame.format, false);
+    };
+    FrameBuffer a;
+    FrameBuffer b;
+    FrameBuffer o;
+    part(line, a);
+    part(picture, b);
+    part(dst, o);
+    if (!MixFramesByAlpha(a, b, o)) return false;
   }
   return true;
 }
@@ -446,8 +430,7 @@ bool RenderFrame(RenderSetup& setup) {
     if (!band.Allocate(n, d + (d >> 2), pixelBytes, &memory, source.format, false)) return false;
     FillLineStrip<T>(band, layout, p.colour, profiles.colour);
     if (!ClearFrame(work) ||
-        !StripRotated(RotateStrip(band, work, p.theta, shift.x, shift.y, kStripLinearSmooth)) ||
-        !SetChannel(zoomed, layout.alpha, 255)) {
+        !StripRotated(RotateStrip(band, work, p.theta, shift.x, shift.y, kStripLinearSmooth))) {
       return false;
     }
     FrameBuffer line;
@@ -456,7 +439,7 @@ bool RenderFrame(RenderSetup& setup) {
     } else {
       line.AttachFrame(work);
     }
-    if (!CompositeLine<T>(line, picture, dst, layout, axis, n, p.field ? 2 : 1)) return false;
+    if (!MixLine(line, picture, dst, axis, n, p.field ? 2 : 1)) return false;
   }
 
   // The edge: full on the picture's side, V across the strip's first n columns, 0 beyond;
