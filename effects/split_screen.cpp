@@ -327,7 +327,10 @@ bool MixLine(const FrameBuffer& line, const FrameBuffer& picture, FrameBuffer& d
   const int32_t width = std::min({line.width, picture.width, dst.width});
   const int32_t height = std::min({line.height, picture.height, dst.height});
   for (int32_t y = 0; y < height; ++y) {
-    const auto [begin, end] = axis.Span(y * rowStep, -2.0, n + 2.0, width);
+    // Plain names, not a structured binding: the lambda below captures them.
+    const std::pair<int32_t, int32_t> span = axis.Span(y * rowStep, -2.0, n + 2.0, width);
+    const int32_t begin = span.first;
+    const int32_t end = span.second;
     const uint8_t* in = picture.Row<const uint8_t>(y);
     uint8_t* out = dst.Row<uint8_t>(y);
     std::copy(in, in + 4 * static_cast<ptrdiff_t>(begin), out);
