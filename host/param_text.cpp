@@ -144,6 +144,11 @@ std::string FormatSliderShown(const ParamInfo& info, float fraction) {
     const std::optional<float> back = ShownToFraction(info, marked);
     if (back && *back == fraction) return marked;
   }
+  // A value too small for nine decimals, such as a preset cell that holds a colour word's
+  // bits, reads back in the exponent form.
+  char text[64];
+  std::snprintf(text, sizeof(text), "%.9g", shown);
+  number = text;
   return percent ? number + "%" : (number.front() == '-' ? number : "+" + number);
 }
 

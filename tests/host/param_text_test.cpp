@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <vector>
 
 #include "host/host_error.h"
@@ -128,6 +129,11 @@ TEST(ParamValueText, ShownSliderValuesReadBackExactly) {
     }
   }
   EXPECT_EQ(FormatSliderShown(Slider("Size", 0, 100), 0.605f), "60.5%");
+  // A stored cell that is practically 0 (the bits of a colour word) still reads back.
+  const float tiny = std::bit_cast<float>(0x00C0C0C0u);
+  EXPECT_EQ(
+      Parse(Slider("Size", 0, 100), FormatSliderShown(Slider("Size", 0, 100), tiny).c_str()).slider,
+      tiny);
   EXPECT_EQ(FormatSliderShown(Slider("Tint", -100, 100), 0.5f), "+0");
   EXPECT_EQ(FormatSliderShown(Slider("Tint", -100, 100), 0.4f), "-20");
 }
