@@ -42,8 +42,9 @@ void GradientTintOpenCv(const cv::Mat& src, cv::Mat& dst, const BenchValues& v) 
   const double r = theta * CV_PI / 180.0;
   const double c = std::cos(r);
   const double s = std::sin(r);
-  const double cx = w * centre.point[0] - (ramp / 2) * c - reach * s;
-  const double cy = h * (1.0 - centre.point[1]) + (ramp / 2) * s - reach * c;
+  const auto half = static_cast<double>(ramp >> 1);
+  const double cx = w * centre.point[0] - half * c - reach * s;
+  const double cy = h * (1.0 - centre.point[1]) + half * s - reach * c;
   const cv::Matx23d map(c, s, cx, -s, c, cy);
   cv::Mat gradient(h, w, CV_32F, cv::Scalar(1.0));
   cv::warpAffine(strip, gradient, map, gradient.size(), cv::INTER_CUBIC, cv::BORDER_TRANSPARENT);
