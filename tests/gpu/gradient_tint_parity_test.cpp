@@ -153,5 +153,32 @@ TEST_F(GradientTintParity, EveryPresetMatchesOnBothPaths) {
   }
 }
 
+// Only the CPU path tilts the line by the pixel aspect; the GPU draws the same picture with
+// an aspect as without one.
+TEST_F(GradientTintParity, PixelAspectActsOnTheCpuPathAlone) {
+  const cv::Mat picture = Photograph("fruits.jpg");
+  std::vector<ParamValue> values = testing::EffectValues(effect_);
+  values[static_cast<size_t>(testing::ParamIndex(effect_, "Angle"))].slider = 0.1f;
+  values[static_cast<size_t>(testing::ParamIndex(effect_, "Crossfade"))].slider = 0.0f;
+  testing::FakeHost params(values);
+  const RenderInfo square = testing::WholeFrameInfo();
+  RenderInfo wide = square;
+  wide.infoFlags |= kInfoPixelAspectValid;
+  wide.pixelAspect = 2.0;
+  const auto render = [&](const RenderInfo& info) {
+    OwnedFrame source = host::PictureToFrame(picture, PixelFormat8BGRA, RowOrder::kTopFirst);
+    OwnedFrame cpu = host::FrameLike(source.record());
+    OwnedFrame gpu = host::FrameLike(source.record());
+    EXPECT_TRUE(effect_->Render(&params, &source.record(), 0, &cpu.record(), &info));
+    host::RenderOnGpu(*services_, *effect_, params, source.record(), gpu.record(), info,
+                      "Gradient Tint");
+    return std::pair{host::FrameToPicture(cpu.record()), host::FrameToPicture(gpu.record())};
+  };
+  const auto [cpuSquare, gpuSquare] = render(square);
+  const auto [cpuWide, gpuWide] = render(wide);
+  EXPECT_GT(cv::norm(cpuWide, cpuSquare, cv::NORM_INF), 20.0);
+  EXPECT_EQ(cv::norm(gpuWide, gpuSquare, cv::NORM_INF), 0.0);
+}
+
 }  // namespace
 }  // namespace vitrella
