@@ -15,18 +15,18 @@ bool ValidPositions(ColourPositions at) {
 }  // namespace
 
 Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
-                          const ByteGradeSpec& spec) {
+                          const ByteGradeSpec& grade) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
   if (!ValidPositions(at)) return kBadChannel;
-  const bool tables = spec.blueTable != nullptr;
-  if (tables && (spec.greenTable == nullptr || spec.redTable == nullptr)) return kNullPointer;
+  const bool tables = grade.blueTable != nullptr;
+  if (tables && (grade.greenTable == nullptr || grade.redTable == nullptr)) return kNullPointer;
   const Size size = MinSize(src.Extent(), dst.Extent());
   if (!UseReferenceKernels()) {
-    const int32_t* const lookups[3] = {spec.blueTable, spec.greenTable, spec.redTable};
-    const int32_t weights[3] = {spec.weightBlue, spec.weightGreen, spec.weightRed};
+    const int32_t* const lookups[3] = {grade.blueTable, grade.greenTable, grade.redTable};
+    const int32_t weights[3] = {grade.weightBlue, grade.weightGreen, grade.weightRed};
     for (int32_t y = 0; y < size.height; ++y) {
       vector::GradeRow8u_C4(src.Row(y), dst.Row(y), size.width, 8 * at.blue, 8 * at.green,
-                            8 * at.red, spec.move, spec.amount, weights, lookups);
+                            8 * at.red, grade.move, grade.amount, weights, lookups);
     }
     return kOk;
   }
@@ -37,7 +37,7 @@ Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
       int32_t blue = in[at.blue];
       int32_t green = in[at.green];
       int32_t red = in[at.red];
-      GradePixel(blue, green, red, spec);
+      GradePixel(blue, green, red, grade);
       const int32_t alpha = 6 - at.blue - at.green - at.red;
       out[alpha] = in[alpha];
       out[at.blue] = static_cast<uint8_t>(blue);

@@ -29,27 +29,27 @@ struct ByteGradeSpec {
 
 // src and dst may be one view; the common extent is graded.
 Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
-                          const ByteGradeSpec& spec);
+                          const ByteGradeSpec& grade);
 
 // The grade of one pixel's blue, green and red in place, shared by the plain and the
 // vector rows.
-inline void GradePixel(int32_t& blue, int32_t& green, int32_t& red, const ByteGradeSpec& spec) {
-  if (spec.move) {
+inline void GradePixel(int32_t& blue, int32_t& green, int32_t& red, const ByteGradeSpec& grade) {
+  if (grade.move) {
     const int32_t luma =
-        (blue * spec.weightBlue + green * spec.weightGreen + red * spec.weightRed) >> 8;
-    const int32_t keep = 127 - spec.amount;
+        (blue * grade.weightBlue + green * grade.weightGreen + red * grade.weightRed) >> 8;
+    const int32_t keep = 127 - grade.amount;
     const auto move = [&](int32_t c) {
-      const int32_t moved = (c * keep + luma * spec.amount) >> 7;
+      const int32_t moved = (c * keep + luma * grade.amount) >> 7;
       return moved < 0 ? 0 : moved > 255 ? 255 : moved;
     };
     blue = move(blue);
     green = move(green);
     red = move(red);
   }
-  if (spec.blueTable != nullptr) {
-    blue = spec.blueTable[blue];
-    green = spec.greenTable[green];
-    red = spec.redTable[red];
+  if (grade.blueTable != nullptr) {
+    blue = grade.blueTable[blue];
+    green = grade.greenTable[green];
+    red = grade.redTable[red];
   }
 }
 

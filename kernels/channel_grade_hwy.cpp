@@ -62,22 +62,22 @@ void GradeRow8u_C4(const uint8_t* in, uint8_t* out, int32_t width, int32_t blueS
     result = hn::Or(result, hn::ShiftLeftSame(red, redShift));
     hn::StoreU(result, d, reinterpret_cast<int32_t*>(out + 4 * x));
   }
-  ByteGradeSpec spec;
-  spec.move = move;
-  spec.amount = amount;
-  spec.weightBlue = weights[0];
-  spec.weightGreen = weights[1];
-  spec.weightRed = weights[2];
-  spec.blueTable = tables[0];
-  spec.greenTable = tables[1];
-  spec.redTable = tables[2];
+  ByteGradeSpec grade;
+  grade.move = move;
+  grade.amount = amount;
+  grade.weightBlue = weights[0];
+  grade.weightGreen = weights[1];
+  grade.weightRed = weights[2];
+  grade.blueTable = tables[0];
+  grade.greenTable = tables[1];
+  grade.redTable = tables[2];
   for (; x < width; ++x) {
     uint32_t px;
     std::memcpy(&px, in + 4 * x, 4);
     auto blue = static_cast<int32_t>((px >> blueShift) & 0xFF);
     auto green = static_cast<int32_t>((px >> greenShift) & 0xFF);
     auto red = static_cast<int32_t>((px >> redShift) & 0xFF);
-    GradePixel(blue, green, red, spec);
+    GradePixel(blue, green, red, grade);
     px &= ~((0xFFu << blueShift) | (0xFFu << greenShift) | (0xFFu << redShift));
     px |= static_cast<uint32_t>(blue) << blueShift | static_cast<uint32_t>(green) << greenShift |
           static_cast<uint32_t>(red) << redShift;

@@ -40,30 +40,30 @@ TEST_P(GradeAndMask, GradeMovesTowardsLumaThenLooksUpEachChannel) {
   constexpr int32_t kNoMove = 999;
   for (int32_t amount : {kNoMove, 0, 90, -127, 127}) {
     for (bool lookup : {false, true}) {
-      ByteGradeSpec spec;
-      spec.move = amount != kNoMove;
-      spec.amount = spec.move ? amount : 0;
-      spec.weightBlue = 30;
-      spec.weightGreen = 149;
-      spec.weightRed = 76;
+      ByteGradeSpec grade;
+      grade.move = amount != kNoMove;
+      grade.amount = grade.move ? amount : 0;
+      grade.weightBlue = 30;
+      grade.weightGreen = 149;
+      grade.weightRed = 76;
       if (lookup) {
-        spec.blueTable = tables[0].data();
-        spec.greenTable = tables[1].data();
-        spec.redTable = tables[2].data();
+        grade.blueTable = tables[0].data();
+        grade.greenTable = tables[1].data();
+        grade.redTable = tables[2].data();
       }
       for (ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
         for (int32_t width : {1, 7, 33}) {
           std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(width) * 4 * 3, width);
           std::vector<uint8_t> dst(src.size(), 0xA5);
-          ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(dst, width, 3, 4), at, spec),
+          ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(dst, width, 3, 4), at, grade),
                     kOk);
           const int alpha = 6 - at.blue - at.green - at.red;
           for (size_t p = 0; p < src.size(); p += 4) {
             int32_t c[3] = {src[p + at.blue], src[p + at.green], src[p + at.red]};
-            if (spec.move) {
+            if (grade.move) {
               const int32_t luma = (c[0] * 30 + c[1] * 149 + c[2] * 76) >> 8;
               for (int32_t& v : c)
-                v = std::clamp((v * (127 - spec.amount) + luma * spec.amount) >> 7, 0, 255);
+                v = std::clamp((v * (127 - grade.amount) + luma * grade.amount) >> 7, 0, 255);
             }
             if (lookup) {
               for (int k = 0; k < 3; ++k)
@@ -75,7 +75,7 @@ TEST_P(GradeAndMask, GradeMovesTowardsLumaThenLooksUpEachChannel) {
             ASSERT_EQ(dst[p + static_cast<size_t>(alpha)], src[p + static_cast<size_t>(alpha)]);
           }
           // In place gives the same.
-          ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(src, width, 3, 4), at, spec),
+          ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(src, width, 3, 4), at, grade),
                     kOk);
           EXPECT_EQ(src, dst);
         }
