@@ -58,7 +58,11 @@ kernels::Status RotateStrip(const FrameBuffer& strip, FrameBuffer& dst, float th
                             double shiftX, double shiftY, int32_t interpolation) {
   if (strip.data == nullptr || dst.data == nullptr) return kernels::kNullPointer;
   if (strip.format != dst.format || strip.pixelBytes != dst.pixelBytes) return kernels::kBadSize;
-  if (!IsConsistent(strip) || !IsConsistent(dst)) return kernels::kBadSize;
+  // A strip of pitch 0 holds one row for all its rows.
+  FrameBuffer checked;
+  checked.AttachFrame(strip);
+  if (checked.pitch == 0) checked.pitch = checked.width * checked.pixelBytes;
+  if (!IsConsistent(checked) || !IsConsistent(dst)) return kernels::kBadSize;
   if (strip.width < 2 || strip.height < 2) return kernels::kBadSize;
   const double s = std::sin(thetaDegrees * kDegrees);
   const double c = std::cos(thetaDegrees * kDegrees);

@@ -36,7 +36,9 @@ kernels::Size StripExtentNeeded(int32_t width, int32_t height, float thetaDegree
 // (shiftX + u cos θ + v sin θ, shiftY − u sin θ + v cos θ) in (column, row), so the strip's x
 // axis runs along (cos θ, −sin θ). Pixels of dst outside the rotated strip keep their
 // values; `interpolation` is a warp code, usually one of the two above. Strip and dst share
-// their format: 8-bit or float gray, or one of the four-channel formats.
+// their format: 8-bit or float gray, or one of the four-channel formats. A strip whose rows
+// are all alike may be held as its first row alone, with pitch 0: the picture is the same,
+// and the rotation reads one row instead of walking across many.
 //
 // Returns the warp's status; kernels::kNoOverlap and kernels::kNoPixelInside (the strip
 // misses the frame) count as success, see StripRotated.

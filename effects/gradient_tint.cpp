@@ -50,22 +50,19 @@ void ViewAt(FrameBuffer& view, uint8_t* at, int32_t width, int32_t height, int32
   view.Attach(at, width, height, width * pixelBytes, pixelBytes, format, false);
 }
 
-// The strip's rows: full at column 0, falling by full / L per column until they would
-// reach 0, then 0; all 0 for L below 1.
+// The strip's one row: full at column 0, falling by full / L per column until it would
+// reach 0, then 0; all 0 for L below 1. Every row of the strip is alike, so the strip is
+// this row given with pitch 0.
 template <typename T>
-void FillRamp(FrameBuffer& strip, int32_t length) {
-  T* first = strip.Row<T>(0);
-  std::fill_n(first, strip.width, T{});
+void FillRamp(T* row, int32_t width, int32_t length) {
+  std::fill_n(row, width, T{});
   if (length >= 1) {
     constexpr float kFull = sizeof(T) == 1 ? 255.0f : 1.0f;
     const float step = kFull / static_cast<float>(length);
     float value = kFull;
-    for (int32_t x = 0; x < strip.width && value > 0.0f; ++x, value -= step)
-      first[x] = static_cast<T>(value);
+    for (int32_t x = 0; x < width && value > 0.0f; ++x, value -= step)
+      row[x] = static_cast<T>(value);
   }
-  const auto bytes = static_cast<size_t>(strip.width) * sizeof(T);
-  for (int32_t y = 1; y < strip.height; ++y)
-    std::memcpy(strip.Row(y), first, bytes);
 }
 
 template <typename T>
@@ -121,16 +118,19 @@ bool RenderFrame(RenderSetup& setup) {
   const auto cx = static_cast<int32_t>(static_cast<float>(width) * v.x);
   const auto cy = static_cast<int32_t>(static_cast<float>(height) * y);
 
-  // The strip, whose memory holds the three masks once it has been rotated.
+  // The strip: D + D / 2 columns, 2 D rows, all alike.
   const int32_t longest = std::max(width, height);
   const auto reach = static_cast<int32_t>(std::sqrt(2.0 * longest * static_cast<double>(longest)));
-  FrameBuffer strip;
-  if (!strip.Allocate(reach + (reach >> 1), 2 * reach, kSample, memory, gray, false)) return false;
+  const int32_t stripWidth = reach + (reach >> 1);
+  FrameBuffer ramp, masks;
+  if (!ramp.Allocate(stripWidth, 1, kSample, memory, gray, false) ||
+      !masks.Allocate(width, 2 * height, kSample, memory, gray, false)) {
+    return false;
+  }
   const ptrdiff_t maskBytes = static_cast<ptrdiff_t>(width) * height * kSample;
-  FrameBuffer m1, m2, m3;
-  ViewAt(m1, strip.data, width, height, kSample, gray);
-  ViewAt(m2, strip.data + maskBytes, width, height, kSample, gray);
-  ViewAt(m3, strip.data + 2 * maskBytes, width, height, kSample, gray);
+  FrameBuffer m2, m3;
+  ViewAt(m2, masks.data, width, height, kSample, gray);
+  ViewAt(m3, masks.data + maskBytes, width, height, kSample, gray);
 
   // Q and U are work pictures; V is the destination itself for a whole frame, unless the
   // host renders in place and the source must survive the tint written into V.
@@ -150,16 +150,16 @@ bool RenderFrame(RenderSetup& setup) {
 
   // The gradient: full on the first tint's side, the ramp rotated over it.
   const auto minSide = static_cast<float>(std::min(width, height));
-  const auto ramp = static_cast<int32_t>(v.crossfade * 1.5f * minSide);
+  const auto rampLength = static_cast<int32_t>(v.crossfade * 1.5f * minSide);
   // Only the part of the strip that the rotation reads is filled and rotated.
-  const StripShift shift = StripRotationShift(width, height, cx, cy, theta, ramp);
+  const StripShift shift = StripRotationShift(width, height, cx, cy, theta, rampLength);
   const kernels::Size needed = StripExtentNeeded(width, height, theta, shift);
-  FrameBuffer reached;
-  reached.Attach(strip.data, std::min(needed.width, strip.width),
-                 std::min(needed.height, strip.height), strip.pitch, kSample, gray, false);
-  FillRamp<T>(reached, ramp);
+  const int32_t filled = std::min(needed.width, stripWidth);
+  FillRamp(ramp.Row<T>(0), filled, rampLength);
+  FrameBuffer strip;
+  strip.Attach(ramp.data, filled, std::min(needed.height, 2 * reach), 0, kSample, gray, false);
   FillFull<T>(g);
-  if (!StripRotated(RotateStrip(reached, g, theta, shift.x, shift.y, kStripCubicSmooth)) ||
+  if (!StripRotated(RotateStrip(strip, g, theta, shift.x, shift.y, kStripCubicSmooth)) ||
       !CopyFrame(g, m2) || !CopyFrame(g, m3)) {
     return false;
   }

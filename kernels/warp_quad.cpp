@@ -106,7 +106,10 @@ bool ValidMode(int32_t mode) {
 template <typename T, int kChannels>
 Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst, Rect dstRect,
             const Quad dstQuad, int32_t interpolation, WarpRowFn vectorRow) {
-  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  // A source of pitch 0 holds its one row for all its rows: checked as if it had a pitch.
+  ConstImageView checked = src;
+  if (checked.pitch == 0) checked.pitch = 1;
+  if (Status s = CheckViews(checked, dst); s != kOk) return s;
   if (srcQuad == nullptr || dstQuad == nullptr) return kNullPointer;
   if (!RectInside(srcRect, src.Extent()) || !RectInside(dstRect, dst.Extent())) return kBadSize;
   const bool smooth = (interpolation & kSmoothEdges) != 0;

@@ -35,6 +35,10 @@ namespace vitrella::kernels {
 // within 1/2 + 1/32 of the exact blend. Eight-bit cubic and smoothed edges round to
 // nearest, ties to even, and saturate.
 //
+// A source of pitch 0 repeats its first row on every row: a picture whose rows are all
+// alike (a ramp, a profile) is given once, and every tap reads that one row, which stays in
+// the cache however the warp turns it.
+//
 // Status: kNullPointer (also for a null quadrilateral), kBadSize (also for a rectangle that
 // is empty or not inside its view), kBadPitch, kBadInterpolation (other than 1, 2 or 4,
 // with or without kSmoothEdges), kBadQuadrilateral (see QuadWinding); nothing is written

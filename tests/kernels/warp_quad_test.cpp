@@ -465,6 +465,62 @@ TEST_P(WarpQuadOnEveryPath, OneChannelGivesTheValuesOfEachOfFourChannels) {
   }
 }
 
+// A source of pitch 0 stands for a picture whose rows all repeat its first: the warp of
+// that one row equals the warp of the whole picture, bit for bit, at any angle.
+TEST_P(WarpQuadOnEveryPath, ARowOfPitchZeroWarpsAsThePictureOfAlikeRows) {
+  std::mt19937 random(11);
+  std::uniform_real_distribution<double> jitter(-9.0, 9.0);
+  for (int type : {CV_8UC1, CV_32FC1, CV_8UC4, CV_32FC4}) {
+    const bool bytes = CV_MAT_DEPTH(type) == CV_8U;
+    cv::Mat row(1, 90, type);
+    cv::randu(row, cv::Scalar::all(0), cv::Scalar::all(bytes ? 255 : 1));
+    cv::Mat whole;
+    cv::repeat(row, 70, 1, whole);
+    const Rect srcRect = Whole(whole);
+    const Quad from = {{0, 0}, {89, 0}, {89, 69}, {0, 69}};
+    for (int round = 0; round < 3; ++round) {
+      const double turn = 0.7 + round;
+      const double c = std::cos(turn), s = std::sin(turn);
+      Quad to;
+      for (int i = 0; i < 4; ++i) {
+        const double u = from[i][0] - 45, v = from[i][1] - 35;
+        to[i][0] = 40 + u * c + v * s + jitter(random);
+        to[i][1] = 40 - u * s + v * c + jitter(random);
+      }
+      for (int32_t mode : {kInterNearest, kInterLinear, kInterCubic}) {
+        for (int32_t smooth : {0, kSmoothEdges}) {
+          cv::Mat fromWhole(80, 80, type, cv::Scalar::all(0));
+          cv::Mat fromRow = fromWhole.clone();
+          const auto view = [](cv::Mat& m) {
+            return ImageView{m.data, static_cast<ptrdiff_t>(m.step), m.cols, m.rows};
+          };
+          const ConstImageView wholeView{whole.data, static_cast<ptrdiff_t>(whole.step), whole.cols,
+                                         whole.rows};
+          const ConstImageView rowView{row.data, 0, whole.cols, whole.rows};
+          const auto warp = [&](ConstImageView src, ImageView dst) {
+            const Rect dstRect{0, 0, dst.width, dst.height};
+            const int32_t m = mode | smooth;
+            switch (type) {
+              case CV_8UC1:
+                return WarpQuad8u_C1(src, srcRect, from, dst, dstRect, to, m);
+              case CV_32FC1:
+                return WarpQuad32f_C1(src, srcRect, from, dst, dstRect, to, m);
+              case CV_8UC4:
+                return WarpQuad8u_C4(src, srcRect, from, dst, dstRect, to, m);
+              default:
+                return WarpQuad32f_C4(src, srcRect, from, dst, dstRect, to, m);
+            }
+          };
+          ASSERT_EQ(warp(wholeView, view(fromWhole)), kOk);
+          ASSERT_EQ(warp(rowView, view(fromRow)), kOk);
+          ASSERT_EQ(cv::norm(fromWhole, fromRow, cv::NORM_INF), 0)
+              << type << " round " << round << " mode " << (mode | smooth);
+        }
+      }
+    }
+  }
+}
+
 // A quadrilateral beside the rectangle, or between its pixel centres, writes nothing and
 // says so in a status that callers let through.
 TEST_P(WarpQuadOnEveryPath, ReportsAWarpThatWritesNothing) {
