@@ -6,6 +6,9 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "kernels/dispatch.h"
+#include "kernels/tint_hwy.h"
+
 namespace vitrella::kernels {
 namespace {
 
@@ -311,11 +314,16 @@ Status ColourMask8u(ConstImageView picture, ConstImageView tint, ImageView mask,
   if (!ValidPlaces(places)) return kBadChannel;
   const int32_t w = Extent({picture.width, tint.width, mask.width});
   const int32_t h = Extent({picture.height, tint.height, mask.height});
+  const bool vectors = !UseReferenceKernels();
   for (int32_t y = 0; y < h; ++y) {
     const uint8_t* p = picture.Row(y);
     const uint8_t* t = tint.Row(y);
     uint8_t* m = mask.Row(y);
-    for (int32_t x = 0; x < w; ++x) {
+    const int32_t done = vectors
+                             ? vector::ColourMaskRow8u(p, t, m, w, 8 * places.red, 8 * places.green,
+                                                       8 * places.blue, base1, base2)
+                             : 0;
+    for (int32_t x = done; x < w; ++x) {
       const int32_t match = Match8(p + 4 * x, t + 4 * x, places);
       const int32_t g = m[x];
       m[x] = static_cast<uint8_t>(
@@ -418,7 +426,11 @@ Status HueBlend(ConstImageView picture, ConstImageView tint, ConstImageView stre
     const T* t = tint.Row<const T>(y);
     const T* m = strength.Row<const T>(y);
     T* out = dst.Row<T>(y);
-    for (int32_t x = 0; x < w; ++x) {
+    int32_t done = 0;
+    if constexpr (sizeof(T) == 1) {
+      if (!UseReferenceKernels()) done = vector::HueBlendRow8u(p, t, m, out, w, firstColour);
+    }
+    for (int32_t x = done; x < w; ++x) {
       const T* pp = p + 4 * x + firstColour;
       const T* tp = t + 4 * x + firstColour;
       float ph[3], th[3], rgb[3];

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 #include <vector>
+
+#include "common/kernel_variants.h"
 
 namespace vitrella::kernels {
 namespace {
@@ -221,6 +224,84 @@ TEST(TintHsv, HueBlendMovesOnlyTheHue) {
   for (int c = 0; c < 3; ++c)
     EXPECT_NEAR(out[4 + c], picture[4 + c], 2);
 }
+
+// Colours that try every branch of the hue arithmetic: greys, two or three channels
+// tied at the top, single steps apart, and noise; rows of odd length leave a tail.
+std::vector<uint8_t> HardColours(int32_t pixels, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::uniform_int_distribution<int> byte(0, 255), pick(0, 5);
+  std::vector<uint8_t> out;
+  for (int32_t i = 0; i < pixels; ++i) {
+    const auto v = static_cast<uint8_t>(byte(random));
+    const auto w = static_cast<uint8_t>(byte(random));
+    const auto n = static_cast<uint8_t>(v < 255 ? v + 1 : v - 1);
+    switch (pick(random)) {
+      case 0:
+        out.insert(out.end(), {v, v, v, w});
+        break;
+      case 1:
+        out.insert(out.end(), {v, v, w, n});
+        break;
+      case 2:
+        out.insert(out.end(), {w, v, v, n});
+        break;
+      case 3:
+        out.insert(out.end(), {v, n, w, v});
+        break;
+      default:
+        out.insert(out.end(), {v, w, static_cast<uint8_t>(byte(random)), n});
+    }
+  }
+  return out;
+}
+
+class TintOnEveryPath : public OnEveryKernelPath {};
+
+// The vector rows give the bytes of the plain loops, for each place of the colours.
+TEST_P(TintOnEveryPath, GivesTheBytesOfThePlainLoops) {
+  const KernelVariant reference{"reference", 0};
+  constexpr int32_t kWidth = 77, kHeight = 9;
+  std::vector<uint8_t> picture = HardColours(kWidth * kHeight, 3);
+  std::vector<uint8_t> tint = HardColours(kWidth * kHeight, 4);
+  std::vector<uint8_t> gradient(kWidth * kHeight);
+  std::mt19937 random(5);
+  for (uint8_t& g : gradient)
+    g = static_cast<uint8_t>(random());
+  const auto run = [&](const KernelVariant& variant, auto kernel) {
+    UseKernelVariant(variant);
+    return kernel();
+  };
+  for (const ColourPlaces places : {ColourPlaces{2, 1, 0, 3}, ColourPlaces{1, 2, 3, 0}}) {
+    for (const int32_t base : {0, 40, 255}) {
+      const auto mask = [&] {
+        std::vector<uint8_t> m = gradient;
+        EXPECT_EQ(ColourMask8u(ViewOf<const uint8_t>(picture, kWidth),
+                               ViewOf<const uint8_t>(tint, kWidth),
+                               {m.data(), kWidth, kWidth, kHeight}, places, base, 255 - base),
+                  kOk);
+        return m;
+      };
+      ASSERT_EQ(run(reference, mask), run(GetParam(), mask)) << places.red << " base " << base;
+    }
+    const int32_t first = places.alpha == 0 ? 1 : 0;
+    for (const bool inPlace : {false, true}) {
+      const auto hue = [&] {
+        std::vector<uint8_t> p = picture;
+        std::vector<uint8_t> out(picture.size(), 7);
+        std::vector<uint8_t>& dst = inPlace ? p : out;
+        EXPECT_EQ(
+            HueBlend8u_C4(ViewOf<const uint8_t>(p, kWidth), ViewOf<const uint8_t>(tint, kWidth),
+                          {gradient.data(), kWidth, kWidth, kHeight}, ViewOf<uint8_t>(dst, kWidth),
+                          first),
+            kOk);
+        return dst;
+      };
+      ASSERT_EQ(run(reference, hue), run(GetParam(), hue)) << first << " in place " << inPlace;
+    }
+  }
+}
+
+INSTANTIATE_ON_EVERY_KERNEL_PATH(TintOnEveryPath);
 
 }  // namespace
 }  // namespace vitrella::kernels
