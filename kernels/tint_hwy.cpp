@@ -30,7 +30,9 @@ HWY_INLINE VI MatchHue8(DI di, VI r, VI g, VI b) {
       hn::Div(hn::Set(df, 65535.0f), hn::ConvertTo(df, hn::Max(delta, hn::Set(di, 1))));
   const VI k = hn::ConvertTo(di, hn::Floor(quotient));
   VI fromBlue = hn::ShiftRight<9>(hn::Mul(hn::Sub(g, r), k));
-  fromBlue = hn::IfNegativeThenElse(fromBlue, hn::Add(fromBlue, hn::Set(di, 768)), fromBlue);
+  // Compared, not IfNegativeThenElse: that picks by the sign of each byte on some targets.
+  fromBlue =
+      hn::IfThenElse(hn::Lt(fromBlue, hn::Zero(di)), hn::Add(fromBlue, hn::Set(di, 768)), fromBlue);
   const VI fromGreen = hn::Add(hn::ShiftRight<9>(hn::Mul(hn::Sub(r, b), k)), hn::Set(di, 256));
   const VI fromRed = hn::Add(hn::ShiftRight<9>(hn::Mul(hn::Sub(b, g), k)), hn::Set(di, 512));
   const VI hue = hn::IfThenElse(hn::Eq(b, high), fromBlue,
@@ -63,7 +65,7 @@ int32_t ColourMaskRow8u(const uint8_t* HWY_RESTRICT picture, const uint8_t* HWY_
                          hn::Add(hn::Mul(db, db), hn::ShiftLeft<9>(h)));
     VI match = hn::Sub(full, hn::ShiftRight<16>(hn::Mul(s, hn::Set(di, 170))));
     match = hn::IfThenZeroElse(hn::Gt(s, hn::Set(di, 98302)), match);
-    match = hn::IfNegativeThenElse(s, full, match);
+    match = hn::IfThenElse(hn::Lt(s, hn::Zero(di)), full, match);
     const VI g = hn::PromoteTo(di, hn::LoadU(d8, mask + x));
     const VI sum = hn::Add(hn::Mul(hn::Sub(full, g), hn::Min(hn::Add(b2, match), full)),
                            hn::Mul(g, hn::Min(hn::Add(b1, match), full)));
