@@ -1,5 +1,7 @@
 #include "core/colour_ops.h"
 
+#include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "core/frame_ops.h"
@@ -49,19 +51,32 @@ bool MixFramesByAlpha(const FrameBuffer& a, const FrameBuffer& b, FrameBuffer& d
   return Mix(a, b, alpha, a.pixelBytes, dst);
 }
 
+// A flat colour's four channels in a format's order, as floats and as bytes (clamped to
+// 0..255 and truncated); alpha's place holds 0.
+struct PlacedColour {
+  float values[4] = {};
+  uint8_t bytes[4] = {};
+};
+
+PlacedColour PlaceColour(FlatColour colour, const ChannelPlaces& places) {
+  PlacedColour placed;
+  placed.values[places.red] = colour.red;
+  placed.values[places.green] = colour.green;
+  placed.values[places.blue] = colour.blue;
+  for (int c = 0; c < 4; ++c) {
+    const float v = placed.values[c];
+    placed.bytes[c] = static_cast<uint8_t>(v < 0.0f ? 0.0f : v > 255.0f ? 255.0f : v);
+  }
+  return placed;
+}
+
 bool FillColour(FrameBuffer& frame, float red, float green, float blue) {
   if (!IsFourChannel(frame)) return false;
   const ChannelPlaces places = ChannelPlacesOf(frame.format);
   const bool isFloat = IsFloatFormat(frame.format);
-  float values[4] = {};
-  values[places.red] = red;
-  values[places.green] = green;
-  values[places.blue] = blue;
-  uint8_t bytes[4] = {};
-  for (int c = 0; c < 4; ++c) {
-    const float v = values[c] < 0.0f ? 0.0f : values[c] > 255.0f ? 255.0f : values[c];
-    bytes[c] = static_cast<uint8_t>(v);
-  }
+  const PlacedColour placed = PlaceColour({red, green, blue}, places);
+  const float* values = placed.values;
+  const uint8_t* bytes = placed.bytes;
   // Whole pixels: the colour, and the alpha each pixel held.
   for (int32_t y = 0; y < frame.height; ++y) {
     if (isFloat) {
@@ -80,6 +95,55 @@ bool FillColour(FrameBuffer& frame, float red, float green, float blue) {
           row[4 * x + c] = bytes[c];
         row[4 * x + places.alpha] = kept;
       }
+    }
+  }
+  return true;
+}
+
+bool MixColours(FlatColour first, FlatColour second, const FrameBuffer& mask, FrameBuffer& dst) {
+  if (!IsFourChannel(dst) || !IsGray(mask)) return false;
+  if (IsFloatFormat(mask.format) != IsFloatFormat(dst.format)) return false;
+  const ChannelPlaces places = ChannelPlacesOf(dst.format);
+  const PlacedColour a = PlaceColour(first, places);
+  const PlacedColour b = PlaceColour(second, places);
+  const int32_t width = std::min(mask.width, dst.width);
+  const int32_t height = std::min(mask.height, dst.height);
+  if (IsFloatFormat(dst.format)) {
+    for (int32_t y = 0; y < height; ++y) {
+      const float* m = mask.Row<const float>(y);
+      float* out = dst.Row<float>(y);
+      for (int32_t x = 0; x < width; ++x) {
+        const float t = m[x];
+        const float kept = out[4 * x + places.alpha];
+        for (int c = 0; c < 4; ++c)
+          out[4 * x + c] = std::min(a.values[c] * t + b.values[c] * (1.0f - t), 1.0f);
+        out[4 * x + places.alpha] = kept;
+      }
+    }
+    return true;
+  }
+  // The mix's rule for each of the 256 mask values, the colour bytes in place and alpha 0.
+  const bool shift = dst.format == PixelFormat8ARGB;
+  uint32_t colours[256];
+  for (int32_t t = 0; t < 256; ++t) {
+    uint8_t bytes[4] = {};
+    for (int c = 0; c < 4; ++c) {
+      const int32_t sum = a.bytes[c] * t + b.bytes[c] * (255 - t);
+      bytes[c] = static_cast<uint8_t>(std::min(shift ? sum >> 8 : sum / 255, 255));
+    }
+    bytes[places.alpha] = 0;
+    std::memcpy(&colours[t], bytes, 4);
+  }
+  uint32_t alphaBits = 0;
+  std::memset(reinterpret_cast<uint8_t*>(&alphaBits) + places.alpha, 0xFF, 1);
+  for (int32_t y = 0; y < height; ++y) {
+    const uint8_t* m = mask.Row(y);
+    uint8_t* out = dst.Row(y);
+    for (int32_t x = 0; x < width; ++x) {
+      uint32_t pixel;
+      std::memcpy(&pixel, out + 4 * x, 4);
+      pixel = (pixel & alphaBits) | colours[m[x]];
+      std::memcpy(out + 4 * x, &pixel, 4);
     }
   }
   return true;

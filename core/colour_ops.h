@@ -25,6 +25,17 @@ namespace vitrella {
 // frame's own scale (0..255 for bytes, truncated; 0..1 for floats); alpha stays.
 [[nodiscard]] bool FillColour(FrameBuffer& frame, float red, float green, float blue);
 
+// A colour given on a frame's own scale, as FillColour takes it.
+struct FlatColour {
+  float red, green, blue;
+};
+
+// The picture of FillColour(a, first), FillColour(b, second), MixFrames(a, b, mask, dst),
+// bit for bit, without the two flat frames: each mask value gives one colour, looked up
+// for bytes. dst's alpha stays.
+[[nodiscard]] bool MixColours(FlatColour first, FlatColour second, const FrameBuffer& mask,
+                              FrameBuffer& dst);
+
 // A box of size x size (odd, anchored on its middle) over a one-channel mask, in place,
 // through a copy padded by size / 2 on every side with its edge pixels repeated. Bytes
 // round each pass to nearest. Allocates the padded copies from `memory`.

@@ -132,19 +132,19 @@ bool RenderFrame(RenderSetup& setup) {
   ViewAt(m2, masks.data, width, height, kSample, gray);
   ViewAt(m3, masks.data + maskBytes, width, height, kSample, gray);
 
-  // Q and U are work pictures; V is the destination itself for a whole frame, unless the
-  // host renders in place and the source must survive the tint written into V.
-  FrameBuffer q, u, own, v2;
+  // Q and U are work pictures. The picture P is the source itself for a whole frame; a
+  // field doubles its lines into a copy, and so does a host that renders in place, as the
+  // tint is written over the source before the source is done with.
+  FrameBuffer q, u, own;
   if (!q.Allocate(width, height, source.pixelBytes, memory, format, false) ||
       !u.Allocate(width, height, source.pixelBytes, memory, format, false)) {
     return false;
   }
-  FrameBuffer* pic = &own;
-  if (!field && !FramesShareMemory(source, dst)) {
-    own.Attach(dst.data, width, height, dst.pitch, dst.pixelBytes, format, false);
-  } else if (!own.Allocate(width, height, source.pixelBytes, memory, format, false)) {
+  const bool copied = field || FramesShareMemory(source, dst);
+  if (copied && !own.Allocate(width, height, source.pixelBytes, memory, format, false)) {
     return false;
   }
+  const FrameBuffer& pic = copied ? own : source;
   FrameBuffer g;
   g.Attach(q.data, width, height, q.pitch, kSample, gray, false);
 
@@ -167,20 +167,20 @@ bool RenderFrame(RenderSetup& setup) {
   // The tint picture U: the first colour where the gradient is full, the second where it
   // is 0.
   const float full = kFloat ? 1.0f : 255.0f;
-  const auto colour = [&](FrameBuffer& frame, const gradient_tint::Tint& t) {
-    return FillColour(frame, gradient_tint::TintChannel(t.color, 0, t.blend) * full,
+  const auto colour = [&](const gradient_tint::Tint& t) {
+    return FlatColour{gradient_tint::TintChannel(t.color, 0, t.blend) * full,
                       gradient_tint::TintChannel(t.color, 8, t.blend) * full,
-                      gradient_tint::TintChannel(t.color, 16, t.blend) * full);
+                      gradient_tint::TintChannel(t.color, 16, t.blend) * full};
   };
-  if (!colour(q, v.first) || !colour(*pic, v.second) || !MixFrames(q, *pic, m2, u)) return false;
+  if (!MixColours(colour(v.first), colour(v.second), m2, u)) return false;
 
-  // The picture, every line of a field doubled.
+  // The picture's own copy, every line of a field doubled.
   if (field) {
     for (int32_t row = 0; row < height; ++row) {
-      std::memcpy(pic->Row(row), source.Row(row >> 1),
+      std::memcpy(own.Row(row), source.Row(row >> 1),
                   static_cast<size_t>(width) * source.pixelBytes);
     }
-  } else if (!CopyFrame(source, *pic)) {
+  } else if (copied && !CopyFrame(source, own)) {
     return false;
   }
 
@@ -189,7 +189,7 @@ bool RenderFrame(RenderSetup& setup) {
   const kernels::ColourPlaces places{layout.red, layout.green, layout.blue, layout.alpha};
   const auto colourMask = kFloat ? kernels::ColourMask32f : kernels::ColourMask8u;
   const int32_t box = static_cast<int32_t>(0.05f * minSide) | 1;
-  if (colourMask(pic->View(), u.View(), m3.View(), places, base(v.first.mask),
+  if (colourMask(pic.View(), u.View(), m3.View(), places, base(v.first.mask),
                  base(v.second.mask)) != kernels::kOk ||
       !BoxBlurMask(m3, box, memory)) {
     return false;
@@ -200,22 +200,26 @@ bool RenderFrame(RenderSetup& setup) {
   if (strength(m2.View(), v.first.blend, v.second.blend) != kernels::kOk) return false;
   if (v.mode == kernels::kBlendHue) {
     const auto hue = kFloat ? kernels::HueBlend32f_C4 : kernels::HueBlend8u_C4;
-    if (hue(pic->View(), u.View(), m2.View(), q.View(), IsAlphaFirst(format) ? 1 : 0) !=
+    if (hue(pic.View(), u.View(), m2.View(), q.View(), IsAlphaFirst(format) ? 1 : 0) !=
         kernels::kOk) {
       return false;
     }
   } else {
     const auto blend = kFloat ? kernels::BlendTint32f_C4 : kernels::BlendTint8u_C4;
-    if (blend(pic->View(), u.View(), v.mode, layout.alpha) != kernels::kOk ||
-        !MixFrames(u, *pic, m2, q)) {
+    if (blend(pic.View(), u.View(), v.mode, layout.alpha) != kernels::kOk ||
+        !MixFrames(u, pic, m2, q)) {
       return false;
     }
   }
-  // Through the colour mask over the picture.
-  if (!MixFrames(q, *pic, m3, u)) return false;
-
-  // A field returns the even rows of the doubled picture; alpha is the source's.
-  CopyColourRows<T>(u, dst, 0, field ? 2 : 1, frameHeight, width, layout.alpha);
+  // Through the colour mask over the picture, into the destination; a field returns the
+  // even rows of the doubled picture.
+  if (!copied) {
+    if (!MixFrames(q, pic, m3, dst)) return false;
+  } else {
+    if (!MixFrames(q, pic, m3, u)) return false;
+    CopyColourRows<T>(u, dst, 0, field ? 2 : 1, frameHeight, width, layout.alpha);
+  }
+  // Alpha is the source's.
   return CopyChannel(source, dst, layout.alpha, layout.alpha);
 }
 

@@ -239,6 +239,7 @@ Status Mix8u_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_t
     // Runs of pixels mixed whole, dst's alpha saved before and put back after.
     constexpr int32_t kRun = 256;
     uint8_t kept[kRun];
+    uint8_t aside[4 * kRun];
     for (int32_t y = 0; y < h; ++y) {
       for (int32_t x = 0; x < w; x += kRun) {
         const int32_t count = std::min(kRun, w - x);
@@ -248,6 +249,10 @@ Status Mix8u_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_t
         const uint8_t* pa = a.Row(y) + 4 * x;
         const uint8_t* pb = b.Row(y) + 4 * x;
         const uint8_t* pm = mask.Row(y) + x;
+        // The loop vectorises only for inputs apart from dst: a run that is dst is
+        // copied aside first.
+        if (pa == out) pa = static_cast<const uint8_t*>(std::memcpy(aside, pa, 4 * count));
+        if (pb == out) pb = static_cast<const uint8_t*>(std::memcpy(aside, pb, 4 * count));
         if (divide == MixDivide::kShift8) {
           MixRun<true>(pa, pb, pm, out, count);
         } else {

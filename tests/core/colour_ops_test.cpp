@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 
 #include "vitrella/pixel_format.h"
@@ -78,6 +79,56 @@ TEST(MixFrames, ByAlphaTakesTheForegroundsAlphaAsTheMask) {
   ASSERT_TRUE(floats.Allocate(1, 1, 16, nullptr, PixelFormat32FARGB, false));
   EXPECT_FALSE(MixFramesByAlpha(a, floats, dst));
   EXPECT_FALSE(MixFrames(a, b, a, dst));  // a four-channel mask
+}
+
+// Two flat colours mixed by a mask give the bytes of two filled frames mixed, on every
+// format: the shift and division rules of bytes, floats limited to 1, colours out of range.
+TEST(MixColours, GivesTheMixOfTwoFilledFrames) {
+  const FlatColour first{300.0f, 17.9f, -4.0f};
+  const FlatColour second{12.0f, 255.0f, 128.6f};
+  const FlatColour firstUnit{1.2f, 0.07f, 0.0f};
+  const FlatColour secondUnit{0.05f, 1.0f, 0.5f};
+  std::mt19937 random(9);
+  for (const PixelFormat format :
+       {PixelFormat8BGRA, PixelFormat8ARGB, PixelFormat32FBGRA, PixelFormat32FARGB}) {
+    const bool floats = IsFloatFormat(format);
+    const int32_t sample = floats ? 4 : 1;
+    const PixelFormat gray = floats ? PixelFormat32FGray : PixelFormat8Gray;
+    constexpr int32_t kW = 29, kH = 5;
+    FrameBuffer mask, a, b, expected, got;
+    ASSERT_TRUE(mask.Allocate(kW, kH, sample, nullptr, gray, false));
+    for (FrameBuffer* f : {&a, &b, &expected, &got})
+      ASSERT_TRUE(f->Allocate(kW, kH, 4 * sample, nullptr, format, false));
+    for (int32_t y = 0; y < kH; ++y) {
+      for (int32_t x = 0; x < kW; ++x) {
+        const int32_t t = (x * 9 + y * 61) % 256;
+        if (floats) {
+          mask.Row<float>(y)[x] = static_cast<float>(t) / 255.0f;
+        } else {
+          mask.Row(y)[x] = static_cast<uint8_t>(t);
+        }
+      }
+      for (int32_t i = 0; i < kW * 4 * sample; ++i)
+        expected.Row(y)[i] = got.Row(y)[i] = static_cast<uint8_t>(random());
+    }
+    ASSERT_TRUE(FillColour(a, floats ? firstUnit.red : first.red,
+                           floats ? firstUnit.green : first.green,
+                           floats ? firstUnit.blue : first.blue));
+    ASSERT_TRUE(FillColour(b, floats ? secondUnit.red : second.red,
+                           floats ? secondUnit.green : second.green,
+                           floats ? secondUnit.blue : second.blue));
+    ASSERT_TRUE(MixFrames(a, b, mask, expected));
+    ASSERT_TRUE(MixColours(floats ? firstUnit : first, floats ? secondUnit : second, mask, got));
+    for (int32_t y = 0; y < kH; ++y) {
+      ASSERT_EQ(0, std::memcmp(expected.Row(y), got.Row(y), static_cast<size_t>(kW) * 4 * sample))
+          << format << " row " << y;
+    }
+  }
+  FrameBuffer bytes, floatMask;
+  ASSERT_TRUE(bytes.Allocate(2, 2, 4, nullptr, PixelFormat8BGRA, false));
+  ASSERT_TRUE(floatMask.Allocate(2, 2, 4, nullptr, PixelFormat32FGray, false));
+  EXPECT_FALSE(MixColours(first, second, floatMask, bytes));
+  EXPECT_FALSE(MixColours(first, second, bytes, bytes));
 }
 
 }  // namespace
