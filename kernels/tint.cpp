@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <utility>
 
 #include "kernels/dispatch.h"
 #include "kernels/tint_hwy.h"
@@ -359,6 +360,54 @@ Status ColourMask32f(ConstImageView picture, ConstImageView tint, ImageView mask
   return kOk;
 }
 
+namespace {
+
+// Blend8 of one mode, in a form the compiler vectorises: the two divisions go through
+// floats, whose truncated quotients equal the integer ones for every pair of bytes.
+template <int32_t kMode>
+int32_t BlendOf(int32_t a, int32_t b) {
+  if constexpr (kMode == 6) {
+    const auto q = static_cast<int32_t>(static_cast<float>(a * 256) /
+                                        static_cast<float>(b > 254 ? 1 : 255 - b));
+    return b > 254 ? 255 : std::min(q, 255);
+  } else if constexpr (kMode == 7) {
+    const auto q = static_cast<int32_t>(static_cast<float>((a - 255) * 256) /
+                                        static_cast<float>(b < 1 ? 1 : b));
+    return b < 1 ? 0 : std::max(q + 255, 0);
+  } else {
+    return Blend8(a, b, kMode);
+  }
+}
+
+// Rows of whole pixels blended, the tint's alpha saved before and put back after.
+template <int32_t kMode>
+void BlendRows8u(ConstImageView picture, ImageView tint, int32_t w, int32_t h, int32_t alpha) {
+  constexpr int32_t kRun = 256;
+  uint8_t kept[kRun];
+  for (int32_t y = 0; y < h; ++y) {
+    for (int32_t x = 0; x < w; x += kRun) {
+      const int32_t count = std::min(kRun, w - x);
+      const uint8_t* a = picture.Row(y) + 4 * x;
+      uint8_t* b = tint.Row(y) + 4 * x;
+      for (int32_t i = 0; i < count; ++i)
+        kept[i] = b[4 * i + alpha];
+      for (int32_t i = 0; i < 4 * count; ++i)
+        b[i] = static_cast<uint8_t>(BlendOf<kMode>(a[i], b[i]));
+      for (int32_t i = 0; i < count; ++i)
+        b[4 * i + alpha] = kept[i];
+    }
+  }
+}
+
+template <int32_t... kModes>
+void BlendRows8uOfMode(int32_t mode, std::integer_sequence<int32_t, kModes...>,
+                       ConstImageView picture, ImageView tint, int32_t w, int32_t h,
+                       int32_t alpha) {
+  ((mode == kModes ? BlendRows8u<kModes>(picture, tint, w, h, alpha) : void()), ...);
+}
+
+}  // namespace
+
 Status BlendTint8u_C4(ConstImageView picture, ImageView tint, int32_t mode, int32_t alpha) {
   if (Status s = CheckAll({picture, tint}); s != kOk) return s;
   if (mode < 0 || mode >= kBlendHue) return kBadSize;
@@ -366,13 +415,8 @@ Status BlendTint8u_C4(ConstImageView picture, ImageView tint, int32_t mode, int3
   if (mode == 0) return kOk;
   const int32_t w = Extent({picture.width, tint.width});
   const int32_t h = Extent({picture.height, tint.height});
-  for (int32_t y = 0; y < h; ++y) {
-    const uint8_t* a = picture.Row(y);
-    uint8_t* b = tint.Row(y);
-    for (int32_t i = 0; i < 4 * w; ++i) {
-      if ((i & 3) != alpha) b[i] = static_cast<uint8_t>(Blend8(a[i], b[i], mode));
-    }
-  }
+  BlendRows8uOfMode(mode, std::integer_sequence<int32_t, 1, 2, 3, 4, 5, 6, 7, 8>{}, picture, tint,
+                    w, h, alpha);
   return kOk;
 }
 
