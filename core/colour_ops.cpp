@@ -109,15 +109,23 @@ bool MixColours(FlatColour first, FlatColour second, const FrameBuffer& mask, Fr
   const int32_t width = std::min(mask.width, dst.width);
   const int32_t height = std::min(mask.height, dst.height);
   if (IsFloatFormat(dst.format)) {
+    // Runs of whole pixels, alpha saved and put back, so that the loop vectorises.
+    constexpr int32_t kRun = 256;
+    float kept[kRun];
     for (int32_t y = 0; y < height; ++y) {
-      const float* m = mask.Row<const float>(y);
-      float* out = dst.Row<float>(y);
-      for (int32_t x = 0; x < width; ++x) {
-        const float t = m[x];
-        const float kept = out[4 * x + places.alpha];
-        for (int c = 0; c < 4; ++c)
-          out[4 * x + c] = std::min(a.values[c] * t + b.values[c] * (1.0f - t), 1.0f);
-        out[4 * x + places.alpha] = kept;
+      for (int32_t x = 0; x < width; x += kRun) {
+        const int32_t count = std::min(kRun, width - x);
+        const float* m = mask.Row<const float>(y) + x;
+        float* out = dst.Row<float>(y) + 4 * x;
+        for (int32_t i = 0; i < count; ++i)
+          kept[i] = out[4 * i + places.alpha];
+        for (int32_t i = 0; i < count; ++i) {
+          const float t = m[i];
+          for (int c = 0; c < 4; ++c)
+            out[4 * i + c] = std::min(a.values[c] * t + b.values[c] * (1.0f - t), 1.0f);
+        }
+        for (int32_t i = 0; i < count; ++i)
+          out[4 * i + places.alpha] = kept[i];
       }
     }
     return true;

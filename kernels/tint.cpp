@@ -298,6 +298,34 @@ Status Mix32f_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_
   if (maskStep < 1) return kBadSize;
   const int32_t w = Extent({a.width, b.width, dst.width, mask.width});
   const int32_t h = Extent({a.height, b.height, dst.height, mask.height});
+  if (maskStep == 4) {
+    // Runs of whole pixels as for bytes: dst's alpha saved and put back, and an input that
+    // is dst copied aside, so that the loop vectorises.
+    constexpr int32_t kRun = 256;
+    float kept[kRun];
+    float aside[4 * kRun];
+    for (int32_t y = 0; y < h; ++y) {
+      for (int32_t x = 0; x < w; x += kRun) {
+        const int32_t count = std::min(kRun, w - x);
+        float* out = dst.Row<float>(y) + 4 * x;
+        const float* pa = a.Row<const float>(y) + 4 * x;
+        const float* pb = b.Row<const float>(y) + 4 * x;
+        const float* pm = mask.Row<const float>(y) + x;
+        if (pa == out) pa = static_cast<const float*>(std::memcpy(aside, pa, 16 * count));
+        if (pb == out) pb = static_cast<const float*>(std::memcpy(aside, pb, 16 * count));
+        for (int32_t i = 0; i < count; ++i)
+          kept[i] = out[4 * i + alpha];
+        for (int32_t i = 0; i < count; ++i) {
+          const float t = pm[i];
+          for (int32_t c = 0; c < 4; ++c)
+            out[4 * i + c] = std::min(pa[4 * i + c] * t + pb[4 * i + c] * (1.0f - t), 1.0f);
+        }
+        for (int32_t i = 0; i < count; ++i)
+          out[4 * i + alpha] = kept[i];
+      }
+    }
+    return kOk;
+  }
   for (int32_t y = 0; y < h; ++y) {
     const float* pa = a.Row<const float>(y);
     const float* pb = b.Row<const float>(y);
@@ -347,11 +375,15 @@ Status ColourMask32f(ConstImageView picture, ConstImageView tint, ImageView mask
   const float b2 = static_cast<float>(base2) / 255.0f;
   const int32_t w = Extent({picture.width, tint.width, mask.width});
   const int32_t h = Extent({picture.height, tint.height, mask.height});
+  const bool vectors = !UseReferenceKernels();
   for (int32_t y = 0; y < h; ++y) {
     const float* p = picture.Row<const float>(y);
     const float* t = tint.Row<const float>(y);
     float* m = mask.Row<float>(y);
-    for (int32_t x = 0; x < w; ++x) {
+    const int32_t done = vectors ? vector::ColourMaskRow32f(p, t, m, w, places.red, places.green,
+                                                            places.blue, b1, b2)
+                                 : 0;
+    for (int32_t x = done; x < w; ++x) {
       const float match = Match32(p + 4 * x, t + 4 * x, places);
       const float g = m[x];
       m[x] = (1.0f - g) * std::min(match + b2, 1.0f) + g * std::min(match + b1, 1.0f);
@@ -476,8 +508,12 @@ Status HueBlend(ConstImageView picture, ConstImageView tint, ConstImageView stre
     const T* m = strength.Row<const T>(y);
     T* out = dst.Row<T>(y);
     int32_t done = 0;
-    if constexpr (sizeof(T) == 1) {
-      if (!UseReferenceKernels()) done = vector::HueBlendRow8u(p, t, m, out, w, firstColour);
+    if (!UseReferenceKernels()) {
+      if constexpr (sizeof(T) == 1) {
+        done = vector::HueBlendRow8u(p, t, m, out, w, firstColour);
+      } else {
+        done = vector::HueBlendRow32f(p, t, m, out, w, firstColour);
+      }
     }
     for (int32_t x = done; x < w; ++x) {
       const T* pp = p + 4 * x + firstColour;

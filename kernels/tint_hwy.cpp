@@ -157,6 +157,129 @@ int32_t HueBlendRow8u(const uint8_t* picture, const uint8_t* HWY_RESTRICT tint,
   return x;
 }
 
+// std::max and std::min of the plain loops: the first of equals, and NaN where it comes
+// first.
+HWY_INLINE VF MaxOf(VF a, VF b) {
+  return hn::IfThenElse(hn::Lt(a, b), b, a);
+}
+HWY_INLINE VF MinOf(VF a, VF b) {
+  return hn::IfThenElse(hn::Lt(b, a), b, a);
+}
+
+// Four-channel float pixels split into their channels, a vector of pixels at a time.
+struct Pixels {
+  VF c[4];
+};
+HWY_INLINE Pixels LoadPixels(DF df, const float* at) {
+  Pixels p;
+  hn::LoadInterleaved4(df, at, p.c[0], p.c[1], p.c[2], p.c[3]);
+  return p;
+}
+
+// MatchHue32: blue tested first, then green.
+HWY_INLINE VF MatchHue32(DF df, VF r, VF g, VF b) {
+  const VF zero = hn::Zero(df);
+  const VF high = MaxOf(MaxOf(r, g), b);
+  const VF delta = hn::Sub(high, MinOf(MinOf(r, g), b));
+  VF fromBlue = hn::Div(hn::Sub(g, r), delta);
+  fromBlue = hn::IfThenElse(hn::Lt(fromBlue, zero), hn::Add(fromBlue, hn::Set(df, 6.0f)), fromBlue);
+  const VF fromGreen = hn::Add(hn::Div(hn::Sub(r, b), delta), hn::Set(df, 2.0f));
+  const VF fromRed = hn::Add(hn::Div(hn::Sub(b, g), delta), hn::Set(df, 4.0f));
+  const VF h = hn::IfThenElse(hn::Eq(b, high), fromBlue,
+                              hn::IfThenElse(hn::Eq(g, high), fromGreen, fromRed));
+  return hn::IfThenElseZero(hn::Gt(delta, zero), hn::Mul(h, hn::Set(df, 0.16666667f)));
+}
+
+int32_t ColourMaskRow32f(const float* HWY_RESTRICT picture, const float* HWY_RESTRICT tint,
+                         float* HWY_RESTRICT mask, int32_t width, int32_t red, int32_t green,
+                         int32_t blue, float base1, float base2) {
+  const DF df;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  const VF one = hn::Set(df, 1.0f);
+  const VF zero = hn::Zero(df);
+  const VF sixth = hn::Set(df, 0.16666667f);
+  const VF b1 = hn::Set(df, base1);
+  const VF b2 = hn::Set(df, base2);
+  // std::min(x, 1.0f): 1 only where 1 < x, so NaN stays.
+  const auto atMostOne = [&](VF x) { return hn::IfThenElse(hn::Lt(one, x), one, x); };
+  int32_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    const Pixels p = LoadPixels(df, picture + 4 * x);
+    const Pixels t = LoadPixels(df, tint + 4 * x);
+    VF h = hn::Abs(hn::Sub(MatchHue32(df, p.c[red], p.c[green], p.c[blue]),
+                           MatchHue32(df, t.c[red], t.c[green], t.c[blue])));
+    h = hn::IfThenElse(hn::Gt(h, hn::Set(df, 0.5f)), hn::Sub(one, h), h);
+    h = hn::Mul(h, hn::Set(df, 6.0f));
+    const VF dr = hn::Sub(p.c[red], t.c[red]);
+    const VF dg = hn::Sub(p.c[green], t.c[green]);
+    const VF db = hn::Sub(p.c[blue], t.c[blue]);
+    const VF squares = hn::Add(hn::Add(hn::Mul(dr, dr), hn::Mul(dg, dg)), hn::Mul(db, db));
+    const VF s = hn::Mul(hn::Add(squares, h), sixth);
+    VF match = hn::Sub(one, hn::Mul(hn::Set(df, 4.0f), s));
+    match = hn::IfThenZeroElse(hn::Gt(s, hn::Set(df, 0.25f)), match);
+    match = hn::IfThenElse(hn::Ge(s, zero), match, one);
+    const VF g = hn::LoadU(df, mask + x);
+    const VF mixed = hn::Add(hn::Mul(hn::Sub(one, g), atMostOne(hn::Add(match, b2))),
+                             hn::Mul(g, atMostOne(hn::Add(match, b1))));
+    hn::StoreU(mixed, df, mask + x);
+  }
+  return x;
+}
+
+// out may be the picture: each vector is read whole before it is written.
+int32_t HueBlendRow32f(const float* picture, const float* HWY_RESTRICT tint,
+                       const float* HWY_RESTRICT strength, float* out, int32_t width,
+                       int32_t firstColour) {
+  const DF df;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  const VF one = hn::Set(df, 1.0f);
+  const VF zero = hn::Zero(df);
+  const VF six = hn::Set(df, 6.0f);
+  const int32_t f = firstColour;
+  int32_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    const Pixels p = LoadPixels(df, picture + 4 * x);
+    const Pixels t = LoadPixels(df, tint + 4 * x);
+    Pixels o = LoadPixels(df, out + 4 * x);
+    // ToHsv picks with Max and Min, which differ from std::max at NaN and signed zeros:
+    // the plain comparisons stand in for them here.
+    const auto hsv = [&](VF r, VF g, VF b) {
+      const VF high = MaxOf(MaxOf(r, g), b);
+      const VF delta = hn::Sub(high, MinOf(MinOf(r, g), b));
+      const VF s = hn::IfThenElseZero(hn::Gt(high, zero), hn::Div(delta, high));
+      VF fromRed = hn::Div(hn::Sub(g, b), delta);
+      fromRed = hn::IfThenElse(hn::Lt(fromRed, zero), hn::Add(fromRed, six), fromRed);
+      const VF fromGreen = hn::Add(hn::Div(hn::Sub(b, r), delta), hn::Set(df, 2.0f));
+      const VF fromBlue = hn::Add(hn::Div(hn::Sub(r, g), delta), hn::Set(df, 4.0f));
+      const VF h = hn::IfThenElse(hn::Eq(r, high), fromRed,
+                                  hn::IfThenElse(hn::Eq(g, high), fromGreen, fromBlue));
+      return Hsv{hn::IfThenElseZero(hn::Gt(delta, zero), hn::Div(h, six)), s, high};
+    };
+    const Hsv ph = hsv(p.c[f], p.c[f + 1], p.c[f + 2]);
+    const Hsv th = hsv(t.c[f], t.c[f + 1], t.c[f + 2]);
+    const VF k = hn::LoadU(df, strength + x);
+    const VF hue = hn::Add(hn::Mul(th.h, k), hn::Mul(ph.h, hn::Sub(one, k)));
+    VF sector = hn::Mul(hue, six);
+    sector = hn::IfThenElse(hn::And(hn::Ge(sector, zero), hn::Lt(sector, six)), sector, zero);
+    const VF i = hn::Floor(sector);
+    const VF frac = hn::Sub(sector, i);
+    const VF sat = ph.s;
+    const VF v = ph.v;
+    const VF pv = hn::Mul(v, hn::Sub(one, sat));
+    const VF qv = hn::Mul(v, hn::Sub(one, hn::Mul(sat, frac)));
+    const VF tv = hn::Mul(v, hn::Sub(one, hn::Mul(sat, hn::Sub(one, frac))));
+    const auto is = [&](float n) { return hn::Eq(i, hn::Set(df, n)); };
+    o.c[f] = hn::IfThenElse(hn::Or(is(0.0f), is(5.0f)), v,
+                            hn::IfThenElse(is(1.0f), qv, hn::IfThenElse(is(4.0f), tv, pv)));
+    o.c[f + 1] = hn::IfThenElse(hn::Or(is(1.0f), is(2.0f)), v,
+                                hn::IfThenElse(is(0.0f), tv, hn::IfThenElse(is(3.0f), qv, pv)));
+    o.c[f + 2] = hn::IfThenElse(hn::Or(is(3.0f), is(4.0f)), v,
+                                hn::IfThenElse(is(2.0f), tv, hn::IfThenElse(is(5.0f), qv, pv)));
+    hn::StoreInterleaved4(o.c[0], o.c[1], o.c[2], o.c[3], df, out + 4 * x);
+  }
+  return x;
+}
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -165,6 +288,19 @@ namespace vitrella::kernels::vector {
 
 HWY_EXPORT(ColourMaskRow8u);
 HWY_EXPORT(HueBlendRow8u);
+HWY_EXPORT(ColourMaskRow32f);
+HWY_EXPORT(HueBlendRow32f);
+
+int32_t ColourMaskRow32f(const float* picture, const float* tint, float* mask, int32_t width,
+                         int32_t red, int32_t green, int32_t blue, float base1, float base2) {
+  return HWY_DYNAMIC_DISPATCH(ColourMaskRow32f)(picture, tint, mask, width, red, green, blue, base1,
+                                                base2);
+}
+
+int32_t HueBlendRow32f(const float* picture, const float* tint, const float* strength, float* out,
+                       int32_t width, int32_t firstColour) {
+  return HWY_DYNAMIC_DISPATCH(HueBlendRow32f)(picture, tint, strength, out, width, firstColour);
+}
 
 int32_t ColourMaskRow8u(const uint8_t* picture, const uint8_t* tint, uint8_t* mask, int32_t width,
                         int32_t redShift, int32_t greenShift, int32_t blueShift, int32_t base1,

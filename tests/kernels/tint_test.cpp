@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -318,6 +319,61 @@ TEST_P(TintOnEveryPath, GivesTheBytesOfThePlainLoops) {
         return dst;
       };
       ASSERT_EQ(run(reference, hue), run(GetParam(), hue)) << first << " in place " << inPlace;
+    }
+  }
+}
+
+// Floats too, bit for bit, with the values where std::max and a vector maximum part:
+// NaN, zeros of both signs, infinities; and values beyond 0..1.
+TEST_P(TintOnEveryPath, GivesTheFloatsOfThePlainLoops) {
+  const KernelVariant reference{"reference", 0};
+  constexpr int32_t kWidth = 45, kHeight = 7;
+  const auto floats = [](uint32_t seed) {
+    const std::vector<uint8_t> bytes = HardColours(kWidth * kHeight, seed);
+    std::vector<float> out(bytes.size());
+    std::mt19937 random(seed);
+    const float odd[] = {std::nanf(""), -0.0f, 0.0f, INFINITY, -INFINITY, 1.5f, -0.25f};
+    for (size_t i = 0; i < bytes.size(); ++i) {
+      out[i] = random() % 11 == 0 ? odd[random() % 7] : static_cast<float>(bytes[i]) / 255.0f;
+    }
+    return out;
+  };
+  std::vector<float> picture = floats(6), tint = floats(7);
+  std::vector<float> gradient(kWidth * kHeight);
+  std::mt19937 random(8);
+  for (float& g : gradient)
+    g = static_cast<float>(random() % 1001) / 1000.0f;
+  const auto same = [](const std::vector<float>& a, const std::vector<float>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * 4) == 0;
+  };
+  const auto run = [&](const KernelVariant& variant, auto kernel) {
+    UseKernelVariant(variant);
+    return kernel();
+  };
+  const ImageView gradientView{reinterpret_cast<uint8_t*>(gradient.data()), kWidth * 4, kWidth,
+                               kHeight};
+  for (const ColourPlaces places : {ColourPlaces{2, 1, 0, 3}, ColourPlaces{1, 2, 3, 0}}) {
+    const auto mask = [&] {
+      std::vector<float> m = gradient;
+      EXPECT_EQ(ColourMask32f(FloatView(picture, kWidth), FloatView(tint, kWidth),
+                              {reinterpret_cast<uint8_t*>(m.data()), kWidth * 4, kWidth, kHeight},
+                              places, 30, 200),
+                kOk);
+      return m;
+    };
+    ASSERT_TRUE(same(run(reference, mask), run(GetParam(), mask))) << places.red;
+    const int32_t first = places.alpha == 0 ? 1 : 0;
+    for (const bool inPlace : {false, true}) {
+      const auto hue = [&] {
+        std::vector<float> p = picture;
+        std::vector<float> out(picture.size(), 0.5f);
+        std::vector<float>& dst = inPlace ? p : out;
+        EXPECT_EQ(HueBlend32f_C4(FloatView(p, kWidth), FloatView(tint, kWidth), gradientView,
+                                 FloatView(dst, kWidth), first),
+                  kOk);
+        return dst;
+      };
+      ASSERT_TRUE(same(run(reference, hue), run(GetParam(), hue))) << first << " " << inPlace;
     }
   }
 }
