@@ -278,6 +278,7 @@ void WarpRowC1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t 
     const auto lastY = hn::Set(di, s.height - 1);
     const auto zero = hn::Zero(di);
     const auto one = hn::Set(di, 1);
+    const bool alikeRows = s.pitch == 0;
     for (; i + lanes <= end; i += lanes) {
       const RowPositions<decltype(df)> p = mapper.At(i);
       const auto fu = hn::Floor(p.u);
@@ -297,7 +298,8 @@ void WarpRowC1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t 
         const int32_t* words = reinterpret_cast<const int32_t*>(s.origin);
         const auto firstTap = hn::Sub(x, one);
         const auto byteMask = hn::Set(di, 0xFF);
-        for (int r = 0; r < 4; ++r) {
+        // A source of pitch 0 has four alike rows of taps: one gather serves them all.
+        for (int r = 0; r < (alikeRows ? 1 : 4); ++r) {
           const auto row = hn::Min(hn::Max(hn::Add(y, hn::Set(di, r - 1)), zero), lastY);
           const auto word = hn::GatherOffset(di, words, hn::Add(hn::Mul(row, pitch), firstTap));
           const auto tap = [&](auto shifted) {
@@ -313,7 +315,7 @@ void WarpRowC1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t 
           const auto c = hn::Min(hn::Max(hn::Add(x, hn::Set(di, k - 1)), zero), lastX);
           columns[k] = hn::ShiftLeft<2>(c);
         }
-        for (int r = 0; r < 4; ++r) {
+        for (int r = 0; r < (alikeRows ? 1 : 4); ++r) {
           const auto row =
               hn::Mul(hn::Min(hn::Max(hn::Add(y, hn::Set(di, r - 1)), zero), lastY), pitch);
           down[r] = CubicBlendV(hn::GatherOffset(df, floats, hn::Add(row, columns[0])),
@@ -322,6 +324,7 @@ void WarpRowC1(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t 
                                 hn::GatherOffset(df, floats, hn::Add(row, columns[3])), wx);
         }
       }
+      if (alikeRows) down[1] = down[2] = down[3] = down[0];
       const auto value = CubicBlendV(down[0], down[1], down[2], down[3], wy);
       if constexpr (sizeof(T) == 1) {
         // SampleToByte: to nearest, ties to even, then saturated.
