@@ -212,6 +212,22 @@ TEST(Conversions, ByteAndFloatPairs) {
                         ImageView{bytes, 4, 1, 1}, 4, 0),
             kOk);
   EXPECT_EQ(std::vector<int>(bytes, bytes + 4), (std::vector<int>{0, 2, 3, 255}));  // truncated
+  // Rounding agrees with nearbyint on every 1/256 step over the range and just beyond it,
+  // ties and NaN included.
+  std::vector<float> steps;
+  for (int32_t i = -512; i <= 256 * 256 + 512; ++i)
+    steps.push_back(static_cast<float>(i) / 256.0f);
+  steps.push_back(std::nanf(""));
+  std::vector<uint8_t> rounded(steps.size());
+  const auto count = static_cast<int32_t>(steps.size());
+  ASSERT_EQ(
+      FloatToByte(ConstImageView{reinterpret_cast<uint8_t*>(steps.data()), count * 4, count, 1},
+                  ImageView{rounded.data(), count, count, 1}, 1, 1),
+      kOk);
+  for (size_t i = 0; i < steps.size(); ++i) {
+    const float v = steps[i] > 0.0f ? std::min(steps[i], 255.0f) : 0.0f;
+    ASSERT_EQ(rounded[i], static_cast<uint8_t>(std::nearbyint(v))) << steps[i];
+  }
 }
 
 TEST(Composite, BytesFollowTheTruncatingFormulas) {
