@@ -64,11 +64,23 @@ bool ConvertFloatToByte(const FrameBuffer& src, FrameBuffer& dst, int32_t roundM
 }
 
 bool ConvertByteToFloat(const FrameBuffer& src, FrameBuffer& dst) {
+  return ConvertByteToFloatDivided(src, dst, 1.0f);
+}
+
+bool ConvertFloatToByteScaled(const FrameBuffer& src, FrameBuffer& dst, float factor) {
+  if (!IsConsistent(src) || !IsConsistent(dst)) return false;
+  if (!IsFloatFormat(src.format) || IsFloatFormat(dst.format)) return false;
+  const int32_t values = src.pixelBytes / 4;
+  if (dst.pixelBytes != values) return false;
+  return kernels::ScaledFloatToByte(src.View(), dst.View(), values, factor) == kernels::kOk;
+}
+
+bool ConvertByteToFloatDivided(const FrameBuffer& src, FrameBuffer& dst, float divisor) {
   if (!IsConsistent(src) || !IsConsistent(dst)) return false;
   if (IsFloatFormat(src.format) || !IsFloatFormat(dst.format)) return false;
   const int32_t values = src.pixelBytes;
   if (dst.pixelBytes != 4 * values) return false;
-  return kernels::ByteToFloat(src.View(), dst.View(), values) == kernels::kOk;
+  return kernels::ByteToDividedFloat(src.View(), dst.View(), values, divisor) == kernels::kOk;
 }
 
 bool ToGray(const FrameBuffer& src, FrameBuffer& dst, MemoryAllocator* memory,

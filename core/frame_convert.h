@@ -17,6 +17,11 @@ namespace vitrella {
 // nearest (roundMode 1); four floats into four bytes, or one into one.
 [[nodiscard]] bool ConvertFloatToByte(const FrameBuffer& src, FrameBuffer& dst, int32_t roundMode);
 [[nodiscard]] bool ConvertByteToFloat(const FrameBuffer& src, FrameBuffer& dst);
+// The same with a scale in one pass: floats times factor to rounded bytes, and bytes to
+// floats divided by divisor (as MultiplyChannels or DivideChannels after the conversion).
+[[nodiscard]] bool ConvertFloatToByteScaled(const FrameBuffer& src, FrameBuffer& dst, float factor);
+[[nodiscard]] bool ConvertByteToFloatDivided(const FrameBuffer& src, FrameBuffer& dst,
+                                             float divisor);
 
 // 0.114 blue + 0.587 green + 0.299 red of a format 0, 1, 3 or 4 frame into a one-byte or
 // one-float frame, each in its own nominal range (bytes 0..255, floats 0..1). A source

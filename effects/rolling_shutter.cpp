@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core/frame_convert.h"
-#include "core/frame_math.h"
 #include "core/frame_ops.h"
 #include "core/render_setup.h"
 #include "effects/rs_analysis.h"
@@ -116,35 +115,26 @@ bool RenderBytes(IEffectHost* host, const HostFrame& request, const FrameBuffer&
   return ApplyRsCorrection(*from, dst, width, height, shear, fill);
 }
 
-// Floats to bytes: times 255, rounded to nearest, channel order kept.
-bool FloatsToBytes(const FrameBuffer& floats, FrameBuffer& scaled, FrameBuffer& bytes) {
-  constexpr float kScale[4] = {255.0f, 255.0f, 255.0f, 255.0f};
-  return CopyFrame(floats, scaled) && MultiplyChannels(scaled, kScale) &&
-         ConvertFloatToByte(scaled, bytes, 1);
-}
-
 // There is no float pipeline: float frames are corrected in eight bits.
 bool RenderFloats(IEffectHost* host, const HostFrame& request, const FrameBuffer& src,
                   FrameBuffer& dst, const RenderInfo& info, MemoryAllocator& memory) {
   FrameBuffer srcBytes;
   FrameBuffer dstBytes;
-  FrameBuffer scaled;
   // Every step keeps the channels where they are; the byte frames keep the order's name
   // too, so that the gray of the analysis weighs the right channels.
   const PixelFormat byteFormat = OtherDepthOf(src.format);
   if (!srcBytes.Allocate(src.width, src.height, 4, &memory, byteFormat, src.flipped != 0) ||
-      !dstBytes.Allocate(dst.width, dst.height, 4, &memory, byteFormat, dst.flipped != 0) ||
-      !scaled.Allocate(std::max(src.width, dst.width), std::max(src.height, dst.height), 16,
-                       &memory, src.format, src.flipped != 0)) {
+      !dstBytes.Allocate(dst.width, dst.height, 4, &memory, byteFormat, dst.flipped != 0)) {
     return false;
   }
-  // The byte destination starts as the destination did, for the border modes that keep it.
-  constexpr float kScale[4] = {255.0f, 255.0f, 255.0f, 255.0f};
-  if (!FloatsToBytes(src, scaled, srcBytes) || !FloatsToBytes(dst, scaled, dstBytes) ||
+  // Floats times 255, rounded to nearest. The byte destination starts as the destination
+  // did, for the border modes that keep it.
+  if (!ConvertFloatToByteScaled(src, srcBytes, 255.0f) ||
+      !ConvertFloatToByteScaled(dst, dstBytes, 255.0f) ||
       !RenderBytes(host, request, srcBytes, dstBytes, info, memory)) {
     return false;
   }
-  return ConvertByteToFloat(dstBytes, dst) && DivideChannels(dst, kScale);
+  return ConvertByteToFloatDivided(dstBytes, dst, 255.0f);
 }
 
 }  // namespace

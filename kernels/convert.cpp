@@ -47,6 +47,7 @@ Status UnitFloatsToBytes_C4(ConstImageView src, ImageView dst, bool reverse) {
 }
 
 Status FloatToByte(ConstImageView src, ImageView dst, int32_t valuesPerPixel, int32_t roundMode) {
+  if (roundMode == 1) return ScaledFloatToByte(src, dst, valuesPerPixel, 1.0f);
   if (Status s = CheckViews(src, dst); s != kOk) return s;
   if (valuesPerPixel != 1 && valuesPerPixel != 4) return kBadSize;
   const Size size = MinSize(src.Extent(), dst.Extent());
@@ -54,25 +55,41 @@ Status FloatToByte(ConstImageView src, ImageView dst, int32_t valuesPerPixel, in
   for (int32_t y = 0; y < size.height; ++y) {
     const float* in = src.Row<const float>(y);
     uint8_t* out = dst.Row(y);
-    if (roundMode == 1) {
-      // Adding and taking away 2^23 rounds a float of 0..255 to nearest, ties to even, as
-      // nearbyint does in the default rounding mode, and the loop vectorises.
-      constexpr float kRound = 8388608.0f;
-      for (int32_t i = 0; i < count; ++i) {
-        const float v = in[i] > 0.0f ? (in[i] < 255.0f ? in[i] : 255.0f) : 0.0f;
-        out[i] = static_cast<uint8_t>((v + kRound) - kRound);
-      }
-    } else {
-      for (int32_t i = 0; i < count; ++i) {
-        const float v = in[i] > 0.0f ? (in[i] < 255.0f ? in[i] : 255.0f) : 0.0f;
-        out[i] = static_cast<uint8_t>(v);
-      }
+    for (int32_t i = 0; i < count; ++i) {
+      const float v = in[i] > 0.0f ? (in[i] < 255.0f ? in[i] : 255.0f) : 0.0f;
+      out[i] = static_cast<uint8_t>(v);
+    }
+  }
+  return kOk;
+}
+
+Status ScaledFloatToByte(ConstImageView src, ImageView dst, int32_t valuesPerPixel, float factor) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (valuesPerPixel != 1 && valuesPerPixel != 4) return kBadSize;
+  const Size size = MinSize(src.Extent(), dst.Extent());
+  const int32_t count = size.width * valuesPerPixel;
+  // Adding and taking away 2^23 rounds a float of 0..255 to nearest, ties to even, as
+  // nearbyint does in the default rounding mode, and the loop vectorises. A factor of 1
+  // changes no value.
+  constexpr float kRound = 8388608.0f;
+  for (int32_t y = 0; y < size.height; ++y) {
+    const float* in = src.Row<const float>(y);
+    uint8_t* out = dst.Row(y);
+    for (int32_t i = 0; i < count; ++i) {
+      const float scaled = in[i] * factor;
+      const float v = scaled > 0.0f ? (scaled < 255.0f ? scaled : 255.0f) : 0.0f;
+      out[i] = static_cast<uint8_t>((v + kRound) - kRound);
     }
   }
   return kOk;
 }
 
 Status ByteToFloat(ConstImageView src, ImageView dst, int32_t valuesPerPixel) {
+  return ByteToDividedFloat(src, dst, valuesPerPixel, 1.0f);
+}
+
+Status ByteToDividedFloat(ConstImageView src, ImageView dst, int32_t valuesPerPixel,
+                          float divisor) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
   if (valuesPerPixel != 1 && valuesPerPixel != 4) return kBadSize;
   const Size size = MinSize(src.Extent(), dst.Extent());
@@ -81,7 +98,7 @@ Status ByteToFloat(ConstImageView src, ImageView dst, int32_t valuesPerPixel) {
     const uint8_t* in = src.Row(y);
     float* out = dst.Row<float>(y);
     for (int32_t i = 0; i < count; ++i)
-      out[i] = in[i];
+      out[i] = static_cast<float>(in[i]) / divisor;
   }
   return kOk;
 }

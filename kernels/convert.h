@@ -18,5 +18,9 @@ Status UnitFloatsToBytes_C4(ConstImageView src, ImageView dst, bool reverse);
 // to nearest when roundMode is 1. valuesPerPixel is 1 or 4.
 Status FloatToByte(ConstImageView src, ImageView dst, int32_t valuesPerPixel, int32_t roundMode);
 Status ByteToFloat(ConstImageView src, ImageView dst, int32_t valuesPerPixel);
+// The same in one pass with a scale: FloatToByte (rounded) of each value times factor, and
+// ByteToFloat of each value divided by divisor, bit for bit the two steps.
+Status ScaledFloatToByte(ConstImageView src, ImageView dst, int32_t valuesPerPixel, float factor);
+Status ByteToDividedFloat(ConstImageView src, ImageView dst, int32_t valuesPerPixel, float divisor);
 
 }  // namespace vitrella::kernels

@@ -228,6 +228,25 @@ TEST(Conversions, ByteAndFloatPairs) {
     const float v = steps[i] > 0.0f ? std::min(steps[i], 255.0f) : 0.0f;
     ASSERT_EQ(rounded[i], static_cast<uint8_t>(std::nearbyint(v))) << steps[i];
   }
+  // The scaled forms equal the conversion after a multiplication, and a division after the
+  // conversion.
+  std::vector<uint8_t> scaled(steps.size());
+  ASSERT_EQ(ScaledFloatToByte(
+                ConstImageView{reinterpret_cast<uint8_t*>(steps.data()), count * 4, count, 1},
+                ImageView{scaled.data(), count, count, 1}, 1, 0.7f),
+            kOk);
+  std::vector<float> divided(steps.size());
+  ASSERT_EQ(
+      ByteToDividedFloat(ConstImageView{scaled.data(), count, count, 1},
+                         ImageView{reinterpret_cast<uint8_t*>(divided.data()), count * 4, count, 1},
+                         1, 255.0f),
+      kOk);
+  for (size_t i = 0; i < steps.size(); ++i) {
+    const float product = steps[i] * 0.7f;
+    const float v = product > 0.0f ? std::min(product, 255.0f) : 0.0f;
+    ASSERT_EQ(scaled[i], static_cast<uint8_t>(std::nearbyint(v))) << steps[i];
+    ASSERT_EQ(divided[i], static_cast<float>(scaled[i]) / 255.0f);
+  }
 }
 
 TEST(Composite, BytesFollowTheTruncatingFormulas) {
