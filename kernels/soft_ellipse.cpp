@@ -54,6 +54,7 @@ Status SoftEllipseRow8u(const SoftEllipseShape& shape, const SoftEllipseBands& b
     uint8_t* row = out + (x - begin);
     vector::SoftEllipseDistances(shape, yy, x, count, distances);
     vector::SoftEllipseBytes(shape, bands, distances, count, row, unsure);
+    vector::SoftEllipseSettle(shape, distances, count, row, unsure);
     for (int32_t i = 0; i < count; ++i) {
       if (unsure[i] != 0) row[i] = SoftEllipseByte(shape, distances[i]);
     }

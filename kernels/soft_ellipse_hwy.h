@@ -16,4 +16,10 @@ void SoftEllipseDistances(const SoftEllipseShape& shape, float yy, int32_t begin
 void SoftEllipseBytes(const SoftEllipseShape& shape, const SoftEllipseBands& bands,
                       const float* distances, int32_t count, uint8_t* out, uint8_t* unsure);
 
+// Settles unsure bytes (clears their unsure flag and writes out) where a vector
+// exponential within a few millionths of the formula's value leaves its byte beyond
+// doubt: more than 1/500 of a byte from the next step up or down. The rest stay unsure.
+void SoftEllipseSettle(const SoftEllipseShape& shape, const float* distances, int32_t count,
+                       uint8_t* out, uint8_t* unsure);
+
 }  // namespace vitrella::kernels::vector
