@@ -7,6 +7,7 @@
 #include "core/frame_buffer.h"
 #include "core/frame_ops.h"
 #include "core/render_setup.h"
+#include "kernels/band_mix.h"
 #include "kernels/composite.h"
 #include "kernels/luma_mask.h"
 #include "vitrella/pixel_format.h"
@@ -130,26 +131,32 @@ bool Mask(const FrameBuffer& src, const PixelLayout& layout, FrameBuffer& mask,
 // One band of rows: the mask from the source as it came; then either the mask in grey, or
 // the light picture into `light`, the dark one into dst and the light one over it through
 // the mask, the dark picture weighed by its own alpha (the source's), so that the dark band
-// darkens where the picture is translucent. dst may be src.
+// darkens where the picture is translucent. Floats do the same in one pass. dst may be src.
 template <typename T>
 bool RenderBand(const FrameBuffer& src, const PixelLayout& layout, FrameBuffer& dst,
                 FrameBuffer& mask, FrameBuffer& light, const DualBoosterValues& v) {
-  if (!Mask<T>(src, layout, mask, v)) return false;
   if (v.test) {
+    if (!Mask<T>(src, layout, mask, v)) return false;
     for (int32_t c : {layout.red, layout.green, layout.blue}) {
       if (!CopyChannel(mask, dst, 0, c)) return false;
     }
     return CopyChannel(src, dst, layout.alpha, layout.alpha);
   }
-  if (!ColourAdjustFrame(src, light, v.lightBrightness, v.lightColour)) return false;
-  // Float alpha is limited by the adjustment; the source's own goes back after the mix.
-  const bool floats = sizeof(T) == 4;
-  if (floats && !CopyChannel(src, light, layout.alpha, layout.alpha)) return false;
-  if (!ColourAdjustFrame(src, dst, v.darkBrightness, v.darkColour)) return false;
-  const auto through =
-      floats ? kernels::CompositeThroughMask32f_C4 : kernels::CompositeThroughMask8u_C4;
-  if (through(light.View(), dst.View(), mask.View(), layout.alpha) != kernels::kOk) return false;
-  return !floats || CopyChannel(light, dst, layout.alpha, layout.alpha);
+  if constexpr (sizeof(T) == 4) {
+    const ColourMatrix lightMatrix = ColourAdjustMatrix(v.lightBrightness, v.lightColour, false);
+    const ColourMatrix darkMatrix = ColourAdjustMatrix(v.darkBrightness, v.darkColour, false);
+    const kernels::BandMix mix{v.center, v.steepness, lightMatrix.m, darkMatrix.m};
+    return kernels::MixBands32f_C4(src.View(), dst.View(), PositionsOf(layout),
+                                   layout.alpha == 0 ? 1 : 0, mix) == kernels::kOk;
+  } else {
+    if (!Mask<T>(src, layout, mask, v) ||
+        !ColourAdjustFrame(src, light, v.lightBrightness, v.lightColour) ||
+        !ColourAdjustFrame(src, dst, v.darkBrightness, v.darkColour)) {
+      return false;
+    }
+    return kernels::CompositeThroughMask8u_C4(light.View(), dst.View(), mask.View(),
+                                              layout.alpha) == kernels::kOk;
+  }
 }
 
 template <typename T>
@@ -163,7 +170,9 @@ bool RenderFrame(RenderSetup& setup, const DualBoosterValues& v) {
   FrameBuffer light;
   const PixelFormat maskFormat = sizeof(T) == 1 ? PixelFormat8Gray : PixelFormat32FGray;
   if (!mask.Allocate(width, bandRows, sizeof(T), &setup.memory(), maskFormat, false) ||
-      !light.Allocate(width, bandRows, src.pixelBytes, &setup.memory(), src.format, false)) {
+      // Floats mix their bands in one pass, without a light picture.
+      (sizeof(T) == 1 &&
+       !light.Allocate(width, bandRows, src.pixelBytes, &setup.memory(), src.format, false))) {
     return false;
   }
   for (int32_t y = 0; y < height; y += bandRows) {

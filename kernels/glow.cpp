@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "kernels/dispatch.h"
+#include "kernels/glow_hwy.h"
+
 namespace vitrella::kernels {
 namespace {
 
@@ -40,15 +43,26 @@ Status BrightMask8u_C4(ConstImageView src, ImageView mask, int32_t alpha, ByteTh
   if (Status s = CheckViews(src, mask); s != kOk) return s;
   if (!ValidAlpha(alpha)) return kBadChannel;
   const int32_t first = alpha == 0 ? 1 : 0;
+  const auto value = [t](int32_t s) {
+    const int32_t v = s < t.low ? 0 : s < t.high ? s - t.low : 2 * s - t.high;
+    return std::min(v / 3, 255);
+  };
+  // The vector rows look the mask up by the sum.
+  const bool plain = UseReferenceKernels();
+  int32_t table[766];
+  if (!plain) {
+    for (int32_t s = 0; s < 766; ++s)
+      table[s] = value(s);
+  }
   const Size size = MinSize(src.Extent(), mask.Extent());
   for (int32_t y = 0; y < size.height; ++y) {
-    const uint8_t* in = src.Row(y) + first;
+    const uint8_t* in = src.Row(y);
     uint8_t* out = mask.Row(y);
-    for (int32_t x = 0; x < size.width; ++x, in += 4) {
-      const int32_t s = in[0] + in[1] + in[2];
-      const int32_t v = s < t.low ? 0 : s < t.high ? s - t.low : 2 * s - t.high;
-      out[x] = static_cast<uint8_t>(std::min(v / 3, 255));
-    }
+    const int32_t done =
+        plain ? 0 : vector::BrightMaskPixels8u(in, out, size.width, 8 * first, table);
+    in += 4 * done + first;
+    for (int32_t x = done; x < size.width; ++x, in += 4)
+      out[x] = static_cast<uint8_t>(value(in[0] + in[1] + in[2]));
   }
   return kOk;
 }
@@ -76,14 +90,31 @@ Status AddGlow8u_C4(ConstImageView mask, ImageView dst, int32_t alpha, int32_t s
   if (Status s = CheckViews(mask, dst); s != kOk) return s;
   if (gains == nullptr) return kNullPointer;
   if (!ValidAlpha(alpha)) return kBadChannel;
+  // Gains past 0..3 and strengths past a whole mask are no glow of this effect.
+  strength = std::clamp(strength, 0, 256);
   int32_t gain[4];
   for (int c = 0; c < 4; ++c)
-    gain[c] = c == alpha ? 0 : gains[c];
+    gain[c] = c == alpha ? 0 : std::clamp(gains[c], 0, 3);
+  // The vector rows add each mask value's four bytes from a table, saturating; the added
+  // byte may be limited to 255 first, since the sum is limited to 255 anyway.
+  const bool plain = UseReferenceKernels();
+  int32_t table[256];
+  if (!plain) {
+    for (int32_t m = 0; m < 256; ++m) {
+      const int32_t glow = (m * strength + 128) >> 8;
+      uint32_t word = 0;
+      for (int c = 0; c < 4; ++c)
+        word |= static_cast<uint32_t>(std::min(glow * gain[c], 255)) << (8 * c);
+      table[m] = static_cast<int32_t>(word);
+    }
+  }
   const Size size = MinSize(mask.Extent(), dst.Extent());
   for (int32_t y = 0; y < size.height; ++y) {
     const uint8_t* m = mask.Row(y);
     uint8_t* out = dst.Row(y);
-    for (int32_t x = 0; x < size.width; ++x, out += 4) {
+    const int32_t done = plain ? 0 : vector::AddGlowPixels8u(m, out, size.width, table);
+    out += 4 * done;
+    for (int32_t x = done; x < size.width; ++x, out += 4) {
       const int32_t glow = (m[x] * strength + 128) >> 8;
       for (int c = 0; c < 4; ++c)
         out[c] = static_cast<uint8_t>(std::min(out[c] + glow * gain[c], 255));

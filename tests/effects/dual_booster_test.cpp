@@ -167,6 +167,22 @@ TEST_F(DualBoosterRender, DarkBandIsWeighedByAlphaAndTheLightOneIsNot) {
   }
 }
 
+TEST_F(DualBoosterRender, FloatAlphaOutsideTheRangeComesBackAlsoInPlace) {
+  for (bool inPlace : {false, true}) {
+    TestFrame src(19, 3, PixelFormat32FBGRA);
+    src.FillRandom(5);
+    src.Set(4, 1, 3, 1.5f);
+    src.Set(5, 1, 3, -0.25f);
+    TestFrame copy(19, 3, PixelFormat32FBGRA);
+    copy.CopyFrom(src);
+    TestFrame dst(19, 3, PixelFormat32FBGRA);
+    ASSERT_TRUE(Render(src, inPlace ? src : dst));
+    TestFrame& out = inPlace ? src : dst;
+    for (int x = 0; x < 19; ++x)
+      EXPECT_EQ(out.Get(x, 1, 3), copy.Get(x, 1, 3)) << x << (inPlace ? " in place" : "");
+  }
+}
+
 TEST_F(DualBoosterRender, ParametersPresetsAndTooltipsAsTabled) {
   ParamInfo info{};
   EXPECT_FALSE(effect_->GetParamInfo(13, &info));
