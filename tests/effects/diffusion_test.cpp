@@ -78,9 +78,8 @@ TEST_F(DiffusionRender, ZeroGlowLeavesTheDimmedPictureWithTheInputsAlpha) {
         for (int x = 0; x < 23; ++x) {
           for (int c : {at.red, at.green, at.blue}) {
             const float in = src.Get(x, y, c);
-            const float expected = IsFloatFormat(format)
-                                       ? in * m
-                                       : static_cast<float>((static_cast<int>(in) * q + 127) / 255);
+            const int dimmedByte = (static_cast<int>(in) * q + 127) / 255;  // rounded
+            const float expected = IsFloatFormat(format) ? in * m : static_cast<float>(dimmedByte);
             ASSERT_EQ(dst.Get(x, y, c), expected) << x << "," << y;
           }
           ASSERT_EQ(dst.Get(x, y, at.alpha), src.Get(x, y, at.alpha));

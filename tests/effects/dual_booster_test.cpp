@@ -22,7 +22,7 @@ using testing::FakeHost;
 using testing::TestFrame;
 
 constexpr int kCenter = 1, kBlend = 2, kTest = 3, kDarkColor = 6, kDarkBrightness = 7,
-              kLightColor = 10, kLightBrightness = 11;
+              kLightBrightness = 11;
 
 class DualBoosterRender : public ::testing::Test {
  protected:

@@ -58,9 +58,10 @@ TEST_P(GlowKernels, GlowAddsItsColourWithSaturationAndLeavesAlpha) {
       for (int x = 0; x < width; ++x) {
         const int glow = (mask[static_cast<size_t>(x)] * strength + 128) >> 8;
         for (int c = 0; c < 4; ++c) {
-          const int was = before[static_cast<size_t>(4 * x + c)];
+          const int was = before[4 * static_cast<size_t>(x) + static_cast<size_t>(c)];
           const int expected = c == alpha ? was : std::min(was + glow * gains[c], 255);
-          ASSERT_EQ(out[static_cast<size_t>(4 * x + c)], expected) << x << " channel " << c;
+          ASSERT_EQ(out[4 * static_cast<size_t>(x) + static_cast<size_t>(c)], expected)
+              << x << " channel " << c;
         }
       }
     }
