@@ -100,9 +100,9 @@ struct Depth;
 template <>
 struct Depth<uint8_t> {
   static constexpr PixelFormat kMask = PixelFormat8Gray;
-  static bool Dim(const FrameBuffer& src, FrameBuffer& dst, float m) {
-    return kernels::DimChannels8u_C4(src.View(), dst.View(), static_cast<int32_t>(m * 255.0f)) ==
-           kernels::kOk;
+  static bool Dim(const FrameBuffer& src, FrameBuffer& dst, int32_t alpha, float m) {
+    return kernels::DimChannels8u_C4(src.View(), dst.View(), alpha,
+                                     static_cast<int32_t>(m * 255.0f)) == kernels::kOk;
   }
   static bool Mask(const FrameBuffer& picture, FrameBuffer& mask, int32_t alpha,
                    const DiffusionValues& v) {
@@ -132,8 +132,8 @@ struct Depth<uint8_t> {
 template <>
 struct Depth<float> {
   static constexpr PixelFormat kMask = PixelFormat32FGray;
-  static bool Dim(const FrameBuffer& src, FrameBuffer& dst, float m) {
-    return kernels::DimChannels32f_C4(src.View(), dst.View(), m) == kernels::kOk;
+  static bool Dim(const FrameBuffer& src, FrameBuffer& dst, int32_t alpha, float m) {
+    return kernels::DimChannels32f_C4(src.View(), dst.View(), alpha, m) == kernels::kOk;
   }
   static bool Mask(const FrameBuffer& picture, FrameBuffer& mask, int32_t alpha,
                    const DiffusionValues& v) {
@@ -222,7 +222,9 @@ bool RenderFrame(RenderSetup& setup, const DiffusionValues& v) {
   // The mask is of the common extent and must cover the whole output.
   if (dst.width != width || dst.height != height) return false;
   const int32_t alpha = setup.srcLayout().alpha;
-  if (!D::Dim(src, dst, 1.0f - v.dim * 0.5f)) return false;
+  // The dimming leaves alpha as the input has it, which is the alpha the result keeps; so a
+  // render in place keeps it too.
+  if (!D::Dim(src, dst, alpha, 1.0f - v.dim * 0.5f)) return false;
   FrameBuffer mask;
   if (!mask.Allocate(width, height, sizeof(T), &setup.memory(), D::kMask, false) ||
       !D::Mask(dst, mask, alpha, v)) {
@@ -238,7 +240,7 @@ bool RenderFrame(RenderSetup& setup, const DiffusionValues& v) {
   gains[layout.red] = static_cast<int32_t>((v.color & 0xFFu) >> 6);
   gains[layout.green] = static_cast<int32_t>(((v.color >> 8) & 0xFFu) >> 6);
   gains[layout.blue] = static_cast<int32_t>(((v.color >> 16) & 0xFFu) >> 6);
-  return D::Add(mask, dst, alpha, v.glow, gains) && CopyChannel(src, dst, alpha, alpha);
+  return D::Add(mask, dst, alpha, v.glow, gains);
 }
 
 }  // namespace

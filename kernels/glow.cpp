@@ -14,27 +14,39 @@ bool ValidAlpha(int32_t alpha) {
 
 }  // namespace
 
-Status DimChannels8u_C4(ConstImageView src, ImageView dst, int32_t q) {
+Status DimChannels8u_C4(ConstImageView src, ImageView dst, int32_t alpha, int32_t q) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (!ValidAlpha(alpha)) return kBadChannel;
+  // Alpha's factor of 255 gives it back exactly.
+  uint32_t factor[4];
+  for (int c = 0; c < 4; ++c)
+    factor[c] = c == alpha ? 255u : static_cast<uint32_t>(std::clamp(q, 0, 255));
   const Size size = MinSize(src.Extent(), dst.Extent());
-  const auto factor = static_cast<uint32_t>(std::clamp(q, 0, 255));
   for (int32_t y = 0; y < size.height; ++y) {
     const uint8_t* in = src.Row(y);
     uint8_t* out = dst.Row(y);
-    for (int32_t i = 0; i < 4 * size.width; ++i)
-      out[i] = static_cast<uint8_t>((in[i] * factor + 127) / 255);
+    for (int32_t x = 0; x < size.width; ++x, in += 4, out += 4) {
+      for (int c = 0; c < 4; ++c)
+        out[c] = static_cast<uint8_t>((in[c] * factor[c] + 127) / 255);
+    }
   }
   return kOk;
 }
 
-Status DimChannels32f_C4(ConstImageView src, ImageView dst, float m) {
+Status DimChannels32f_C4(ConstImageView src, ImageView dst, int32_t alpha, float m) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (!ValidAlpha(alpha)) return kBadChannel;
+  float factor[4];
+  for (int c = 0; c < 4; ++c)
+    factor[c] = c == alpha ? 1.0f : m;
   const Size size = MinSize(src.Extent(), dst.Extent());
   for (int32_t y = 0; y < size.height; ++y) {
     const float* in = src.Row<const float>(y);
     float* out = dst.Row<float>(y);
-    for (int32_t i = 0; i < 4 * size.width; ++i)
-      out[i] = in[i] * m;
+    for (int32_t x = 0; x < size.width; ++x, in += 4, out += 4) {
+      for (int c = 0; c < 4; ++c)
+        out[c] = in[c] * factor[c];
+    }
   }
   return kOk;
 }

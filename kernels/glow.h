@@ -9,10 +9,11 @@
 
 namespace vitrella::kernels {
 
-// Every channel times a factor: bytes (c q + 127) / 255 with q = trunc(m 255), so that
-// q = 255 keeps the pixel; floats c m. src and dst may be one view.
-Status DimChannels8u_C4(ConstImageView src, ImageView dst, int32_t q);
-Status DimChannels32f_C4(ConstImageView src, ImageView dst, float m);
+// The colour channels times a factor: bytes (c q + 127) / 255 with q = trunc(m 255), so
+// that q = 255 keeps the pixel; floats c m. Alpha (channel 0 or 3) is copied as it is, so
+// that src and dst may be one view.
+Status DimChannels8u_C4(ConstImageView src, ImageView dst, int32_t alpha, int32_t q);
+Status DimChannels32f_C4(ConstImageView src, ImageView dst, int32_t alpha, float m);
 
 // The thresholds of the bright mask, on the sum s of a pixel's three colour channels.
 struct ByteThresholds {

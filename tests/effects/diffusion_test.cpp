@@ -212,6 +212,19 @@ TEST_F(DiffusionRender, BlurredGlowIsThePlainTriangularConvolutionWithRepeatedEd
   }
 }
 
+TEST_F(DiffusionRender, InPlaceGivesTheSamePictureWithTheInputsAlpha) {
+  values_[kDim].slider = 1.0f;
+  for (PixelFormat format : testing::kHostFormats) {
+    SCOPED_TRACE(std::to_string(format));
+    TestFrame src(31, 17, format, 4);
+    src.FillRandom(8);
+    TestFrame apart(31, 17, format);
+    ASSERT_TRUE(Render(src, apart));
+    ASSERT_TRUE(Render(src, src));
+    EXPECT_EQ(src.Pixels(), apart.Pixels());
+  }
+}
+
 TEST_F(DiffusionRender, AnOutputLargerThanTheInputFails) {
   TestFrame src(12, 8, PixelFormat8BGRA);
   TestFrame dst(14, 8, PixelFormat8BGRA);

@@ -76,11 +76,13 @@ TEST_P(GlowKernels, GlowAddsItsColourWithSaturationAndLeavesAlpha) {
 TEST_P(GlowKernels, DimmingByAWholeFactorKeepsBytesAndHalvesFloats) {
   uint8_t bytes[8] = {0, 1, 127, 128, 200, 254, 255, 77};
   uint8_t kept[8];
-  ASSERT_EQ(DimChannels8u_C4(ImageView{bytes, 8, 2, 1}, ImageView{kept, 8, 2, 1}, 255), kOk);
+  ASSERT_EQ(DimChannels8u_C4(ImageView{bytes, 8, 2, 1}, ImageView{kept, 8, 2, 1}, 3, 255), kOk);
   EXPECT_TRUE(std::equal(bytes, bytes + 8, kept));
-  ASSERT_EQ(DimChannels8u_C4(ImageView{bytes, 8, 2, 1}, ImageView{kept, 8, 2, 1}, 127), kOk);
+  ASSERT_EQ(DimChannels8u_C4(ImageView{bytes, 8, 2, 1}, ImageView{kept, 8, 2, 1}, 3, 127), kOk);
   EXPECT_EQ(kept[6], (255 * 127 + 127) / 255);
-  EXPECT_EQ(kept[3], (128 * 127 + 127) / 255);
+  EXPECT_EQ(kept[7], 77) << "alpha stays";
+  EXPECT_EQ(kept[2], (127 * 127 + 127) / 255);
+  EXPECT_EQ(kept[3], 128) << "alpha stays";
 }
 
 INSTANTIATE_ON_EVERY_KERNEL_PATH(GlowKernels);
