@@ -3,6 +3,8 @@
 #include <new>
 
 #include "effects/auto_contrast.h"
+#include "effects/diffusion.h"
+#include "effects/dual_booster.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
 #include "effects/rolling_shutter.h"
@@ -23,8 +25,8 @@ IVideoEffect* Make() {
 // One explicit entry per index. An effect that is not built yet answers null.
 constexpr EffectFactory kEffects[kEffectCount] = {
     &Make<CAutoContrast>,         // 0 Auto Contrast
-    nullptr,                      // 1 Diffusion
-    nullptr,                      // 2 Dual Booster
+    &Make<CDiffusionFilter>,      // 1 Diffusion
+    &Make<CDualBooster>,          // 2 Dual Booster
     &Make<CEdgeSmoother>,         // 3 Edge Smoother
     &Make<CGradientTint>,         // 4 Gradient Tint
     nullptr,                      // 5 Image Mapper

@@ -39,5 +39,6 @@ inline constexpr uint32_t kLinear = 0x2601;
 inline constexpr uint32_t kArrayBuffer = 0x8892;
 inline constexpr uint32_t kPixelPackBuffer = 0x88EB;
 inline constexpr uint32_t kDynamicDraw = 0x88E8;
+inline constexpr uint32_t kCurrentProgram = 0x8B8D;
 
 }  // namespace vitrella::gl

@@ -89,6 +89,21 @@ bool GPUHelper::BeginPass(ProgramBundle& bundle) {
   return bundle.BeginPass(targetWidth_, targetHeight_);
 }
 
+bool GPUHelper::SetMatrix4(ProgramBundle& bundle, const char* name, const float columns[16]) {
+  if (context_ == nullptr || bundle.program() == nullptr || bundle.FindUniform(name) < 0 ||
+      glGetUniformLocationARB == nullptr || glUniformMatrix4fvARB == nullptr) {
+    return false;
+  }
+  int32_t program = 0;
+  context_->GetIntegerv(gl::kCurrentProgram, &program, 1);
+  const int32_t at = GLCall<int32_t (*)(uint32_t, const char*)>(glGetUniformLocationARB)(
+      static_cast<uint32_t>(program), name);
+  if (at < 0) return false;
+  GLCall<void (*)(int32_t, int32_t, uint8_t, const float*)>(glUniformMatrix4fvARB)(at, 1, 0,
+                                                                                   columns);
+  return true;
+}
+
 void GPUHelper::DrawTextured(const GPUTextureRef* const* textures, int count, bool flip,
                              const float* rect, bool multitexture) {
   if (current_ != nullptr && count > 0) current_->SetAutomaticStages(textures, count);

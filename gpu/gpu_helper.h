@@ -39,6 +39,10 @@ class GPUHelper : public ARBHelper, private GLGuard {
   bool SetRenderTarget(const GPUTextureRef* target, bool flag);
   // BeginPass on the bundle with the target size; the bundle becomes the current one.
   bool BeginPass(ProgramBundle& bundle);
+  // A 4x4 matrix uniform of the bundle's program, which must be current (after BeginPass),
+  // given column after column. The host's program interface sets no matrices, so this goes
+  // through the extension table; false when the program declares no such uniform.
+  bool SetMatrix4(ProgramBundle& bundle, const char* name, const float columns[16]);
   // No bundle is current any more: for a pass whose bundle goes before the next BeginPass.
   void EndPass() { current_ = nullptr; }
 

@@ -18,6 +18,8 @@
 #include "common/kernel_variants.h"
 #include "common/test_frame.h"
 #include "effects/auto_contrast.h"
+#include "effects/diffusion.h"
+#include "effects/dual_booster.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
 #include "effects/rolling_shutter.h"
@@ -68,6 +70,12 @@ EffectCase Case(std::string name, std::vector<GoldenSetting> goldens) {
 const EffectCase kEffects[] = {
     Case<CAutoContrast>("Auto Contrast",
                         {{"Big Boost"}, {"Stark Gray"}, {"Flat"}, {"Reset to None"}}),
+    Case<CDiffusionFilter>("Diffusion", {{"Blacklight Night"},
+                                         {"Toxic Crush", 2},
+                                         {"Crimson Aura", kFieldModeFrame, 1.4587},
+                                         {"Rich Sunlight"}}),
+    Case<CDualBooster>("Dual Booster",
+                       {{"Add Pop"}, {"Negatron"}, {"Monochrome Madness"}, {"Reset to None"}}),
     Case<CEdgeSmoother>(
         "Edge Smoother",
         {{"Font Smoothing - Strong"}, {"Smooth SD to HD Upres"}, {"Font Smoothing - Weak"}}),
