@@ -1,0 +1,254 @@
+#include "support/shared_services.h"
+
+#include <string>
+
+#include "platform/platform_name.h"
+#include "platform/settings_store.h"
+#include "platform/shell.h"
+#include "platform/text.h"
+#include "platform/ui.h"
+#include "support/common_settings.h"
+#include "support/help_address.h"
+#include "support/path_library.h"
+
+namespace vitrella {
+namespace {
+
+// A host whose name is empty or holds "titler" is a titling tool run inside a real host,
+// whose name stays the one to remember.
+bool IsRealHost(const KZString& name) {
+  return !name.IsEmpty() && !(name.Find(KZString("titler")) < name.Length());
+}
+
+KZString ReadStrict(const KZString& section, const char* name) {
+  return KZString(platform::ReadSetting(section.SafeData(), name).text.c_str());
+}
+
+template <typename Char>
+uint32_t CopyOut(const Char* text, uint64_t length, Char* buffer, uint32_t capacity) {
+  if (buffer == nullptr || capacity == 0) return 0;
+  buffer[0] = 0;
+  if (length == 0 || length >= capacity) return 0;
+  for (uint64_t i = 0; i < length; ++i)
+    buffer[i] = text[i];
+  buffer[length] = 0;
+  return static_cast<uint32_t>(length);
+}
+
+}  // namespace
+
+class CSharedServices::TranslatorScope {
+ public:
+  explicit TranslatorScope(CSharedServices& services) : services_(services) {
+    Bind(services_.library_);
+  }
+  ~TranslatorScope() { Bind(nullptr); }
+  TranslatorScope(const TranslatorScope&) = delete;
+  TranslatorScope& operator=(const TranslatorScope&) = delete;
+
+ private:
+  void Bind(IEffectLibrary* library) {
+    const std::string language = services_.translator_.Language();
+    services_.translator_.SetContext(library, language.c_str());
+  }
+  CSharedServices& services_;
+};
+
+CSharedServices::CSharedServices() {
+  update_.translator = &translator_;
+}
+
+CSharedServices::~CSharedServices() {
+  platform::FreeModule(resourceModule_);
+}
+
+Result CSharedServices::QueryInterface(const Guid& iid, void** out) {
+  if (out == nullptr) return kPointerError;
+  if (iid == kIID_IUnknown) {
+    *out = static_cast<ISharedServices*>(this);
+    AddRef();
+    return kOk;
+  }
+  *out = nullptr;
+  return kNoInterface;
+}
+
+uint32_t CSharedServices::AddRef() {
+  return refs_.fetch_add(1) + 1;
+}
+
+uint32_t CSharedServices::Release() {
+  const uint32_t left = refs_.load();
+  if (left <= 1) return 1;
+  return refs_.fetch_sub(1) - 1;
+}
+
+bool CSharedServices::Initialise(void* module, IEffectLibrary* library, const char* language) {
+  if (module_ != nullptr) return true;
+  if (module == nullptr) return false;
+  module_ = module;
+  library_ = library;
+
+  const KZUnicodeString resources = FileBesideModule(kResourceFileName);
+  resourceModule_ = platform::LoadModule(resources.SafeData());
+  if (resourceModule_ == nullptr) {
+    // Told once; the library goes on without its dialogs.
+    platform::ShowMessageBox(platform::ForegroundWindow(), resources.SafeData(),
+                             kResourcesMissingTitle, platform::kBoxOk);
+  }
+  // The options dialog's logo and the GPU crash report of the last run come with the
+  // desktop dialog and the GPU monitor.
+  ReadSettings();
+  translator_.SetContext(nullptr, language);
+  return true;
+}
+
+void CSharedServices::ReadSettings() {
+  const KZString common(settings::kCommonSection);
+  const KZString own = CollectionSection();
+  knobsDragVertical_ = settings::ReadsYes(ReadStrict(common, settings::kKnobsDragVertical));
+  cropOverscan_ = settings::ReadsYes(ReadStrict(common, settings::kCropOverscan));
+  keyFramesInsteadOfPresets_ = settings::ReadsYes(ReadStrict(own, settings::kKeyFramesVsPresets));
+  keyFramesAtOpen_ = keyFramesInsteadOfPresets_;
+  forcedCpuCollection_ = settings::ReadsYes(ReadStrict(own, settings::kForcedCpu));
+  forcedCpuAll_ = settings::ReadsYes(ReadStrict(common, settings::kForcedCpu));
+}
+
+void CSharedServices::RefreshSettings() {
+  const std::string own = CollectionSection().SafeData();
+  const auto refresh = [](bool& setting, const std::string& section, const char* name) {
+    if (const std::optional<bool> yes =
+            settings::RefreshReadsYes(platform::ReadSetting(section, name))) {
+      setting = *yes;
+    }
+  };
+  refresh(knobsDragVertical_, settings::kCommonSection, settings::kKnobsDragVertical);
+  refresh(cropOverscan_, settings::kCommonSection, settings::kCropOverscan);
+  refresh(keyFramesInsteadOfPresets_, own, settings::kKeyFramesVsPresets);
+  refresh(forcedCpuCollection_, own, settings::kForcedCpu);
+  refresh(forcedCpuAll_, settings::kCommonSection, settings::kForcedCpu);
+}
+
+KZString CSharedServices::CollectionSection() {
+  return settings::CollectionSection(kProductName, platform::kPlatformWord);
+}
+
+void CSharedServices::SetVersion(const SharedVersion* version) {
+  if (version == nullptr) return;
+  major_ = version->major;
+  minor_ = version->minor;
+  build_ = version->build;
+  copyright_ = KZString(version->copyright);
+}
+
+void CSharedServices::SetDialogOptions(uint32_t mask, bool clear) {
+  dialogOptions_ = clear ? dialogOptions_ & ~mask : dialogOptions_ | mask;
+}
+
+void CSharedServices::SetHostInfo(const SharedHostInfo* info) {
+  if (info == nullptr) return;
+  const KZString name(info->hostName);
+  {
+    const std::lock_guard hold(hostLock_);
+    hostName_ = name;
+    helpLocation_ = KZUnicodeString(info->helpLocation);
+  }
+  if (IsRealHost(name)) {
+    platform::WriteSetting(settings::kCommonSection, settings::kLastUsedHostName, name.SafeData());
+  }
+}
+
+KZString CSharedServices::HostName() const {
+  KZString stored;
+  {
+    const std::lock_guard hold(hostLock_);
+    stored = hostName_;
+  }
+  if (IsRealHost(stored)) return stored;
+  KZString last = ReadStrict(settings::kCommonSection, settings::kLastUsedHostName);
+  return last.IsEmpty() ? stored : last;
+}
+
+void CSharedServices::SetLanguage(const char* language) {
+  translator_.SetLanguage(language);
+}
+
+KZUnicodeString CSharedServices::ModuleFileName() const {
+  const PathLibrary paths;
+  return paths.FileNameOf(paths.GetModuleFileName(module_));
+}
+
+KZUnicodeString CSharedServices::FileBesideModule(const KZUnicodeString& name) const {
+  return PathLibrary().FileBesideModule(module_, name);
+}
+
+uint32_t CSharedServices::GetModuleFileName(WideChar* buffer, uint32_t capacity) {
+  const KZUnicodeString name = ModuleFileName();
+  return CopyOut(name.SafeData(), name.Length(), buffer, capacity);
+}
+
+uint32_t CSharedServices::GetFileBesideModule(const WideChar* name, WideChar* buffer,
+                                              uint32_t capacity) {
+  if (name == nullptr) return CopyOut<WideChar>(u"", 0, buffer, capacity);
+  const KZUnicodeString path = FileBesideModule(name);
+  return CopyOut(path.SafeData(), path.Length(), buffer, capacity);
+}
+
+uint32_t CSharedServices::GetHostName(char* buffer, uint32_t capacity) {
+  const KZString name = HostName();
+  return CopyOut(name.SafeData(), name.Length(), buffer, capacity);
+}
+
+KZUnicodeString CSharedServices::HelpAddress(int32_t topic) {
+  KZUnicodeString location;
+  {
+    const std::lock_guard hold(hostLock_);
+    location = helpLocation_;
+  }
+  if (location.IsEmpty()) location = kHelpFileName;
+  if (IsWebHelp(location)) {
+    const TranslatorScope scope(*this);
+    return CompleteHelpAddress(location, kCollectionKey, translator_.CurrentLanguage(), topic);
+  }
+  return HelpFileAddress(FileBesideModule(location), topic);
+}
+
+uint32_t CSharedServices::GetHelpTarget(int32_t topic, WideChar* buffer, uint32_t capacity) {
+  const KZUnicodeString address = HelpAddress(topic);
+  return CopyOut(address.SafeData(), address.Length(), buffer, capacity);
+}
+
+// Both ways open the page in the desktop's browser, which is a viewer of its own already.
+void CSharedServices::ShowHelp(WindowHandle /*parent*/, int32_t topic, bool /*separateProcess*/) {
+  platform::OpenAddress(HelpAddress(topic).SafeData());
+}
+
+// The options dialog comes with its templates; until then it closes at once, as Cancel.
+int32_t CSharedServices::ShowOptions(const char* /*text*/, WindowHandle /*parent*/) {
+  return 0;
+}
+
+int32_t CSharedServices::CheckForUpdate(const char* server) {
+  return CheckForUpdate(KZString(server != nullptr ? server : kUpdateServer), {});
+}
+
+int32_t CSharedServices::CheckForUpdate(const KZString& server,
+                                        const platform::FetchLimits& limits) {
+  const TranslatorScope scope(*this);
+  if (!RunUpdateCheck(update_, server, ModuleFileName().ToUtf8(), HostName(), build_, limits)) {
+    return kUpdateFailed;
+  }
+  return update_.available ? kUpdateAvailable : kUpdateNone;
+}
+
+void CSharedServices::ForgetLibrary(IEffectLibrary* library) {
+  if (library_ == library) library_ = nullptr;
+}
+
+CSharedServices& SharedServices() {
+  // Lives until the process ends, as the module's one object does.
+  static CSharedServices* services = new CSharedServices();
+  return *services;
+}
+
+}  // namespace vitrella
