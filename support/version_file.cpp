@@ -3,6 +3,7 @@
 #include <tinyxml.h>
 
 #include "platform/text.h"
+#include "support/xml_text.h"
 
 namespace vitrella {
 namespace {
@@ -49,8 +50,10 @@ void ReadEntries(const TiXmlElement& build, const char* kind, uint32_t buildNumb
 VersionFileFacts ReadVersionFile(const char* text, uint32_t build, std::string_view hostName) {
   VersionFileFacts facts;
   if (text == nullptr) return facts;
+  // The parser reads a few bytes past a multi-byte character cut off at the end.
+  std::string padded(text);
   TiXmlDocument document;
-  document.Parse(text, nullptr, TIXML_ENCODING_UTF8);
+  document.Parse(PadForXmlParser(padded), nullptr, TIXML_ENCODING_UTF8);
   // A file cut short or garbled says nothing reliable, even where its start still parsed.
   const TiXmlElement* version = document.FirstChildElement("Version");
   if (version == nullptr || document.Error()) return facts;
