@@ -300,8 +300,8 @@ void ParseList(ArgumentReader& reader, CommandLine& line) {
   }
 }
 
-// `update-check [--server URL]`.
-void ParseUpdateCheck(ArgumentReader& reader, CommandLine& line) {
+// `update-check [--server URL]` and `options [--server URL]`.
+void ParseServerCommand(ArgumentReader& reader, CommandLine& line, const std::string& command) {
   std::vector<std::string> positional;
   const auto option = [&](const std::string& name, const std::optional<std::string>& inlineValue) {
     if (name != "--server") return false;
@@ -313,9 +313,9 @@ void ParseUpdateCheck(ArgumentReader& reader, CommandLine& line) {
     }
     return true;
   };
-  if (!ReadArguments(reader, line, "update-check", positional, option)) return;
+  if (!ReadArguments(reader, line, command, positional, option)) return;
   if (!positional.empty()) {
-    throw UsageError("update-check takes no operand, not " + Quoted(positional[0]));
+    throw UsageError(command + " takes no operand, not " + Quoted(positional[0]));
   }
 }
 
@@ -325,7 +325,7 @@ void ParseHelp(ArgumentReader& reader, CommandLine& line) {
   if (reader.Done()) return;
   const std::string topic = reader.Take();
   if (!reader.Done()) throw UsageError("help takes one command, not " + Quoted(reader.Peek()));
-  for (const char* command : {"list", "render", "preset", "update-check", "help"}) {
+  for (const char* command : {"list", "render", "preset", "update-check", "options", "help"}) {
     if (topic == command) {
       line.helpTopic = topic == "help" ? "" : topic;
       return;
@@ -337,9 +337,10 @@ void ParseHelp(ArgumentReader& reader, CommandLine& line) {
     line.libraryHelpTopic = static_cast<int32_t>(number);
     return;
   }
-  throw UsageError("no help for " + Quoted(topic) +
-                   "; the commands are list, render, preset and update-check, and a number "
-                   "opens that topic of the library's help");
+  throw UsageError(
+      "no help for " + Quoted(topic) +
+      "; the commands are list, render, preset, update-check and options, and a number "
+      "opens that topic of the library's help");
 }
 
 }  // namespace
@@ -377,10 +378,13 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
     ParsePreset(reader, line);
   } else if (command == "update-check") {
     line.command = Command::kUpdateCheck;
-    ParseUpdateCheck(reader, line);
+    ParseServerCommand(reader, line, command);
+  } else if (command == "options") {
+    line.command = Command::kOptions;
+    ParseServerCommand(reader, line, command);
   } else {
     const std::vector<std::string> nearest =
-        NearestNames(command, {"list", "render", "preset", "update-check", "help"});
+        NearestNames(command, {"list", "render", "preset", "update-check", "options", "help"});
     throw UsageError("unknown command " + Quoted(command) + Suggestion(nearest));
   }
   return line;
@@ -396,7 +400,7 @@ std::string CommandOf(const std::vector<std::string>& args) {
     if (args[i] == "--library") {
       ++i;  // its value
     } else if (args[i] == "list" || args[i] == "render" || args[i] == "preset" ||
-               args[i] == "update-check") {
+               args[i] == "update-check" || args[i] == "options") {
       return args[i];
     } else if (!args[i].starts_with('-')) {
       return "";
@@ -417,6 +421,7 @@ Usage:
   vitrella [--library PATH] preset save --effect EFFECT [--preset NAME] [--set PARAM=VALUE ...] FILE
   vitrella [--library PATH] preset load --effect EFFECT FILE
   vitrella [--library PATH] update-check [--server URL]
+  vitrella [--library PATH] options [--server URL]
   vitrella help [COMMAND | TOPIC]
   vitrella --version
 
@@ -425,6 +430,7 @@ Commands:
   render      Render a picture or a clip through an effect.
   preset      Write or read a preset file through the library.
   update-check  Ask the download server whether a newer build of the library exists.
+  options     Show the library's options dialog and keep what it stores.
   help        This text, or one command's: vitrella help render; with a number, open
               that topic of the library's help page: vitrella help 300.
 
@@ -557,9 +563,33 @@ Options:
   --language CODE       the texts in this language: de, en, es, fr, it, ja or pt
 )";
 
+constexpr const char* kOptionsHelp =
+    R"(Usage: vitrella [--library PATH] options [--server URL] [--language CODE]
+
+Shows the library's options dialog: the settings shared by its effects (up and down
+knob control, key frames instead of presets, crop overscan, forced CPU for this
+collection and for all), help, the GPU report and the update check. OK stores each
+setting at once in ~/.config/corvane/settings.ini ($XDG_CONFIG_HOME when set), where every
+later process reads it; Cancel stores nothing. It prints how the dialog closed and the
+settings the library holds afterwards.
+
+The dialog runs headless for now, on a desktop too: its steps come from
+VITRELLA_UI_FORM, separated by blanks or commas, "ID=on" or "ID=off" for a check box
+and "ID" for a button, as in VITRELLA_UI_FORM="230=on 1036=off 1". Without steps it
+closes as Cancel. Check boxes: 230 knobs, 233 key frames, 231 crop overscan, 1015 forced
+CPU for this collection, 1036 for all; buttons: 1 OK, 2 Cancel, 9 Help, 232 the maker's
+page, 1011 Check for Update, 1016 GPU report (closed by 1018). In the update dialog, 260
+opens the download and 2 cancels.
+
+Options:
+  --server URL          the download server of the dialog's update check
+  --language CODE       the dialog in this language: de, en, es, fr, it, ja or pt
+)";
+
 }  // namespace
 
 std::string UsageText(const std::string& topic) {
+  if (topic == "options") return kOptionsHelp;
   if (topic == "update-check") return kUpdateCheckHelp;
   if (topic == "list") return kListHelp;
   if (topic == "render") return kRenderHelp;

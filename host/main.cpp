@@ -63,6 +63,9 @@ int Run(const std::vector<std::string>& args) {
     case Command::kUpdateCheck:
       status = RunUpdateCheck(line, std::cout);
       break;
+    case Command::kOptions:
+      RunOptions(line, std::cout);
+      break;
     case Command::kLibraryHelp:
       RunLibraryHelp(line, std::cout);
       break;

@@ -64,6 +64,16 @@ int RunUpdateCheck(const CommandLine& line, std::ostream& out) {
   return outcome == kUpdateFailed ? 1 : 0;
 }
 
+void RunOptions(const CommandLine& line, std::ostream& out) {
+  Services services(line);
+  // The dialog's update check asks the server given here.
+  if (line.server) services->CheckForUpdate(line.server->c_str());
+  const int32_t result = services->ShowOptions(nullptr, nullptr);
+  out << "Options: " << (result == 1 ? "closed with OK" : "cancelled") << "\n"
+      << "Knobs Drag Vertical: " << (services->GetKnobsDragVertical() ? "yes" : "no") << "\n"
+      << "Crop Overscan: " << (services->GetCropOverscan() ? "yes" : "no") << "\n";
+}
+
 void RunLibraryHelp(const CommandLine& line, std::ostream& out) {
   Services services(line);
   WideChar target[4096];

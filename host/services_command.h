@@ -1,5 +1,5 @@
-// `vitrella update-check` and `vitrella help TOPIC`: the library's shared services as a
-// user meets them, the update check's text and the help page of a topic.
+// `vitrella update-check`, `vitrella options` and `vitrella help TOPIC`: the library's shared
+// services as a user meets them, the update check's text and the help page of a topic.
 #pragma once
 
 #include <ostream>
@@ -14,6 +14,9 @@ inline constexpr const char* kHostName = "vitrella";
 // Prints the check's text and, when an update applies, its download address. Returns the
 // exit status: 0 when the server answered, 1 when it could not be reached or read.
 int RunUpdateCheck(const CommandLine& line, std::ostream& out);
+
+// Shows the options dialog; prints how it closed and the settings the library holds.
+void RunOptions(const CommandLine& line, std::ostream& out);
 
 // Prints where the help of the topic is and hands it to the desktop's opener.
 void RunLibraryHelp(const CommandLine& line, std::ostream& out);

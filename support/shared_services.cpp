@@ -7,9 +7,12 @@
 #include "platform/shell.h"
 #include "platform/text.h"
 #include "platform/ui.h"
+#include "platform/ui_form.h"
 #include "support/common_settings.h"
 #include "support/help_address.h"
+#include "support/options_dialog.h"
 #include "support/path_library.h"
+#include "support/text_keys.h"
 
 namespace vitrella {
 namespace {
@@ -223,13 +226,135 @@ void CSharedServices::ShowHelp(WindowHandle /*parent*/, int32_t topic, bool /*se
   platform::OpenAddress(HelpAddress(topic).SafeData());
 }
 
-// The options dialog comes with its templates; until then it closes at once, as Cancel.
-int32_t CSharedServices::ShowOptions(const char* /*text*/, WindowHandle /*parent*/) {
-  return 0;
+int32_t CSharedServices::ShowOptions(const char* text, WindowHandle parent) {
+  // One options dialog at a time, whichever library instance asks.
+  static bool open = false;
+  if (open) return 0;
+  open = true;
+  optionsText_ = KZString(text);
+  const int32_t result = RunOptionsDialog(parent);
+  open = false;
+  return result;
+}
+
+std::u16string CSharedServices::Translated(const TextKey& key, const char* fallback) {
+  return translator_.Translate(key.category, key.key, key.fallback ? key.fallback : fallback);
+}
+
+int32_t CSharedServices::RunOptionsDialog(WindowHandle parent) {
+  using namespace options;
+  const TranslatorScope scope(*this);
+  platform::Form form = LayOutOptions(dialogOptions_);
+  const std::u16string product = Translated(text::kProductName, vitrella::kProductName);
+  const std::u16string build = Translated(text::kBuild, nullptr);
+  form.title = product;
+  const auto label = [&form](int32_t id, std::u16string value) {
+    form.Find(id)->text = std::move(value);
+  };
+  label(kProductNameLabel, product);
+  label(kVersionLine,
+        Translated(text::kVersion, nullptr) + u" " +
+            platform::Utf8ToWide(std::to_string(major_) + "." + std::to_string(minor_)) + u" " +
+            build + u" " + platform::Utf8ToWide(std::to_string(build_)));
+  label(kCopyright, Translated(text::kCopyright, copyright_.SafeData()));
+  label(kOptionsGroup, Translated(text::kOptions, nullptr));
+  label(kKnobs, Translated(text::kKnobsControl, nullptr));
+  label(kKeyFrames, Translated(text::kKeyFramesOrPresets, nullptr));
+  label(kCheckForUpdate, Translated(text::kCheckForUpdateButton, nullptr));
+  label(kCheckForUpdateLabel, Translated(text::kCheckForUpdateLabel, nullptr));
+  label(kCancelButton, Translated(text::kCancel, nullptr));
+  label(kOkButton, Translated(text::kOk, nullptr));
+  label(kHelpButton, Translated(text::kHelp, nullptr));
+
+  keyFramesAtOpen_ = keyFramesInsteadOfPresets_;
+  const bool forcedCpuAllBefore = forcedCpuAll_;
+  form.Find(kKnobs)->checked = knobsDragVertical_;
+  form.Find(kKeyFrames)->checked = keyFramesInsteadOfPresets_;
+  form.Find(kCropOverscan)->checked = cropOverscan_;
+  form.Find(kForcedCpuCollection)->checked = forcedCpuCollection_;
+  form.Find(kForcedCpuAll)->checked = forcedCpuAll_;
+
+  const int32_t closedBy = platform::RunForm(parent, form, [&](int32_t id) {
+    switch (id) {
+      case kOkButton:
+      case kCancelButton:
+        return true;
+      case kHelpButton:
+        ShowHelp(parent, kOptionsHelpTopic, false);
+        return false;
+      case kLogo:
+        platform::OpenAddress(platform::Utf8ToWide(kMakerPage));
+        return false;
+      case kCheckForUpdate:
+        return RunUpdateDialog(parent);
+      case kGpuReport:
+        RunGpuReport(parent);
+        return false;
+      default:
+        return false;
+    }
+  });
+  if (closedBy == kCheckForUpdate) return 1;
+  if (closedBy != kOkButton) return 0;
+
+  const auto store = [&form](bool& setting, int32_t id, const char* section, const char* name) {
+    setting = form.Find(id)->checked;
+    platform::WriteSetting(section, name, settings::YesNo(setting));
+  };
+  const std::string own = CollectionSection().SafeData();
+  store(knobsDragVertical_, kKnobs, settings::kCommonSection, settings::kKnobsDragVertical);
+  store(keyFramesInsteadOfPresets_, kKeyFrames, own.c_str(), settings::kKeyFramesVsPresets);
+  store(cropOverscan_, kCropOverscan, settings::kCommonSection, settings::kCropOverscan);
+  store(forcedCpuCollection_, kForcedCpuCollection, own.c_str(), settings::kForcedCpu);
+  store(forcedCpuAll_, kForcedCpuAll, settings::kCommonSection, settings::kForcedCpu);
+  if (keyFramesInsteadOfPresets_ != keyFramesAtOpen_) {
+    platform::ShowMessageBox(parent, kRestartText, kInformationTitle,
+                             platform::kBoxIconInformation);
+  }
+  if (forcedCpuAll_ != forcedCpuAllBefore) {
+    const std::u16string message =
+        u"GPU changes will not take effect for other CorvaneFX collections until you close "
+        u"and restart " +
+        platform::Utf8ToWide(HostName().SafeData()) + u".";
+    platform::ShowMessageBox(parent, message.c_str(), kInformationTitle,
+                             platform::kBoxIconInformation);
+  }
+  return 1;
+}
+
+bool CSharedServices::RunUpdateDialog(WindowHandle parent) {
+  using namespace options;
+  CheckForUpdate(updateServer_, {});
+  platform::Form form = LayOutUpdate(update_.available);
+  // The title holds %s for the product name.
+  std::u16string title = Translated(text::kUpdateTitle, nullptr);
+  if (const size_t at = title.find(u"%s"); at != std::u16string::npos) {
+    title.replace(at, 2, Translated(text::kProductName, vitrella::kProductName));
+  }
+  form.title = title;
+  form.Find(kUpdateText)->text = update_.text.SafeData();
+  form.Find(kCancelButton)->text = Translated(text::kCancel, nullptr);
+  const int32_t closedBy = platform::RunForm(parent, form, [&](int32_t id) {
+    if (id == kDownload) {
+      // The address as the Windows opener took it, cut to 259 characters.
+      platform::OpenAddress(platform::Utf8ToWide(update_.path.Mid(0, 259).SafeData()));
+    }
+    return id == kDownload || id == kCancelButton;
+  });
+  return closedBy == kDownload;
+}
+
+void CSharedServices::RunGpuReport(WindowHandle parent) {
+  using namespace options;
+  platform::Form form = LayOutGpuReport();
+  // The options dialog is given no host, so the report is the first of its one-line cases.
+  form.Find(kReportText)->text = u"Video host is empty.\r\n";
+  platform::RunForm(parent, form, [](int32_t id) { return id == kReportClose; });
 }
 
 int32_t CSharedServices::CheckForUpdate(const char* server) {
-  return CheckForUpdate(KZString(server != nullptr ? server : kUpdateServer), {});
+  if (server != nullptr) updateServer_ = KZString(server);
+  return CheckForUpdate(updateServer_, {});
 }
 
 int32_t CSharedServices::CheckForUpdate(const KZString& server,

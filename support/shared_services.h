@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <string>
 
 #include "platform/module.h"
 #include "support/kz_string.h"
@@ -22,6 +23,12 @@ inline constexpr const char* kCollectionKey = "VitrellaIII";
 inline constexpr const char16_t* kResourceFileName = u"Resources64.so";
 inline constexpr const char16_t* kResourcesMissingTitle =
     u"Corvane internal error: Can't find resources";
+// The options dialog: its help topic, the logo's web page and its two notes after OK.
+inline constexpr int32_t kOptionsHelpTopic = 300;
+inline constexpr const char* kMakerPage = "https://www.corvane.com";
+inline constexpr const char16_t* kInformationTitle = u"Information";
+inline constexpr const char16_t* kRestartText =
+    u"To apply some changes you need to restart program";
 
 class CSharedServices final : public ISharedServices {
  public:
@@ -85,6 +92,12 @@ class CSharedServices final : public ISharedServices {
   class TranslatorScope;
 
   void ReadSettings();
+  // The translation of key; fallback where the key has none of its own.
+  std::u16string Translated(const TextKey& key, const char* fallback);
+  // The dialogs; the update dialog answers whether its download was started.
+  int32_t RunOptionsDialog(WindowHandle parent);
+  bool RunUpdateDialog(WindowHandle parent);
+  void RunGpuReport(WindowHandle parent);
 
   std::atomic<uint32_t> refs_{1};
   platform::ModuleHandle module_ = nullptr;
@@ -111,6 +124,8 @@ class CSharedServices final : public ISharedServices {
 
   TranslationHelper translator_;
   UpdateCheckResult update_;
+  KZString optionsText_;                  // what the host handed ShowOptions
+  KZString updateServer_{kUpdateServer};  // the last one a host named
 };
 
 // The module's one object.

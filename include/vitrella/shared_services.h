@@ -70,8 +70,9 @@ class ISharedServices : public IUnknown {
   // What ShowHelp opens for the topic: a web address or a file's path.
   virtual uint32_t VITRELLA_CALL GetHelpTarget(int32_t topic, WideChar* buffer,
                                                uint32_t capacity) = 0;  // 16
-  // Asks the download server (null: the maker's) whether a newer build exists. The texts
-  // below hold the result until the next check.
+  // Asks the download server whether a newer build exists: the one named, which the
+  // options dialog's check then uses too; null: the one named last, else the maker's. The
+  // texts below hold the result until the next check.
   virtual int32_t VITRELLA_CALL CheckForUpdate(const char* server) = 0;  // 17
   virtual const WideChar* VITRELLA_CALL GetUpdateText() = 0;             // 18
   virtual const char* VITRELLA_CALL GetUpdatePath() = 0;                 // 19

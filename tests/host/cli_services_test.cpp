@@ -87,6 +87,22 @@ TEST_F(ServicesCliTest, WrongCommandLinesAreRefused) {
   }
 }
 
+TEST_F(ServicesCliTest, OptionsStoredByOneProcessAreReadByTheNext) {
+  setenv("VITRELLA_UI_FORM", "230=on 231=on 1036=on 1", 1);
+  RunResult run = RunVitrella({"options"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_EQ(run.out, "Options: closed with OK\nKnobs Drag Vertical: yes\nCrop Overscan: yes\n");
+  // Cancel stores nothing, and the next process starts from what the first stored.
+  setenv("VITRELLA_UI_FORM", "230=off 2", 1);
+  run = RunVitrella({"options"});
+  EXPECT_EQ(run.out, "Options: cancelled\nKnobs Drag Vertical: yes\nCrop Overscan: yes\n");
+  unsetenv("VITRELLA_UI_FORM");
+  const std::string file = TempConfig::ReadFile(config_.UserFile());
+  EXPECT_NE(file.find("[Common]\n"), std::string::npos) << file;
+  EXPECT_NE(file.find("Forced CPU=yes\n"), std::string::npos) << file;
+  EXPECT_EQ(RunVitrella({"options", "extra"}).exitCode, 2);
+}
+
 TEST_F(ServicesCliTest, HelpOfATopicOpensThePageBesideTheLibrary) {
   const RunResult run = RunVitrella({"help", "300"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
