@@ -300,11 +300,11 @@ void ParseList(ArgumentReader& reader, CommandLine& line) {
   }
 }
 
-// `update-check [--server URL]` and `options [--server URL]`.
-void ParseServerCommand(ArgumentReader& reader, CommandLine& line, const std::string& command) {
+// `update-check [--server URL]` and `options`, which take no operand.
+void ParseServicesCommand(ArgumentReader& reader, CommandLine& line, const std::string& command) {
   std::vector<std::string> positional;
   const auto option = [&](const std::string& name, const std::optional<std::string>& inlineValue) {
-    if (name != "--server") return false;
+    if (name != "--server" || command != "update-check") return false;
     SetOnce(line.server, reader.Value(name, inlineValue), name);
     const std::string scheme = FoldName(line.server->substr(0, line.server->find(':')));
     if ((scheme != "http" && scheme != "https") || line.server->find("://") == std::string::npos) {
@@ -378,10 +378,10 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
     ParsePreset(reader, line);
   } else if (command == "update-check") {
     line.command = Command::kUpdateCheck;
-    ParseServerCommand(reader, line, command);
+    ParseServicesCommand(reader, line, command);
   } else if (command == "options") {
     line.command = Command::kOptions;
-    ParseServerCommand(reader, line, command);
+    ParseServicesCommand(reader, line, command);
   } else {
     const std::vector<std::string> nearest =
         NearestNames(command, {"list", "render", "preset", "update-check", "options", "help"});
@@ -421,7 +421,7 @@ Usage:
   vitrella [--library PATH] preset save --effect EFFECT [--preset NAME] [--set PARAM=VALUE ...] FILE
   vitrella [--library PATH] preset load --effect EFFECT FILE
   vitrella [--library PATH] update-check [--server URL]
-  vitrella [--library PATH] options [--server URL]
+  vitrella [--library PATH] options
   vitrella help [COMMAND | TOPIC]
   vitrella --version
 
@@ -564,7 +564,7 @@ Options:
 )";
 
 constexpr const char* kOptionsHelp =
-    R"(Usage: vitrella [--library PATH] options [--server URL] [--language CODE]
+    R"(Usage: vitrella [--library PATH] options [--language CODE]
 
 Shows the library's options dialog: the settings shared by its effects (up and down
 knob control, key frames instead of presets, crop overscan, forced CPU for this
@@ -582,7 +582,6 @@ page, 1011 Check for Update, 1016 GPU report (closed by 1018). In the update dia
 opens the download and 2 cancels.
 
 Options:
-  --server URL          the download server of the dialog's update check
   --language CODE       the dialog in this language: de, en, es, fr, it, ja or pt
 )";
 

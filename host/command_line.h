@@ -69,7 +69,7 @@ struct CommandLine {
   bool json = false;
   // The library's dialogs in this language.
   std::optional<std::string> language;
-  // update-check and options: the download server instead of the maker's.
+  // update-check: the download server instead of the maker's.
   std::optional<std::string> server;
   // help TOPIC: the library's help page of this topic number.
   int32_t libraryHelpTopic = 0;

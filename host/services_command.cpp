@@ -66,8 +66,6 @@ int RunUpdateCheck(const CommandLine& line, std::ostream& out) {
 
 void RunOptions(const CommandLine& line, std::ostream& out) {
   Services services(line);
-  // The dialog's update check asks the server given here.
-  if (line.server) services->CheckForUpdate(line.server->c_str());
   const int32_t result = services->ShowOptions(nullptr, nullptr);
   out << "Options: " << (result == 1 ? "closed with OK" : "cancelled") << "\n"
       << "Knobs Drag Vertical: " << (services->GetKnobsDragVertical() ? "yes" : "no") << "\n"

@@ -42,10 +42,15 @@ uint32_t CopyOut(const Char* text, uint64_t length, Char* buffer, uint32_t capac
 
 class CSharedServices::TranslatorScope {
  public:
-  explicit TranslatorScope(CSharedServices& services) : services_(services) {
-    Bind(services_.library_);
+  // A scope inside another (help pressed in the options dialog) leaves the binding to the
+  // outer one.
+  explicit TranslatorScope(CSharedServices& services)
+      : services_(services), binds_(services.translator_.Library() == nullptr) {
+    if (binds_) Bind(services_.library_);
   }
-  ~TranslatorScope() { Bind(nullptr); }
+  ~TranslatorScope() {
+    if (binds_) Bind(nullptr);
+  }
   TranslatorScope(const TranslatorScope&) = delete;
   TranslatorScope& operator=(const TranslatorScope&) = delete;
 
@@ -55,6 +60,7 @@ class CSharedServices::TranslatorScope {
     services_.translator_.SetContext(library, language.c_str());
   }
   CSharedServices& services_;
+  const bool binds_;
 };
 
 CSharedServices::CSharedServices() {
@@ -87,6 +93,8 @@ uint32_t CSharedServices::Release() {
 }
 
 bool CSharedServices::Initialise(void* module, IEffectLibrary* library, const char* language) {
+  // Effects may ask for the object on their render threads while a host's first call runs.
+  const std::lock_guard hold(initLock_);
   if (module_ != nullptr) return true;
   if (module == nullptr) return false;
   module_ = module;
@@ -371,9 +379,9 @@ void CSharedServices::ForgetLibrary(IEffectLibrary* library) {
 }
 
 CSharedServices& SharedServices() {
-  // Lives until the process ends, as the module's one object does.
-  static CSharedServices* services = new CSharedServices();
-  return *services;
+  // Lives as long as the module: destroyed when the process ends or the module is unloaded.
+  static CSharedServices services;
+  return services;
 }
 
 }  // namespace vitrella

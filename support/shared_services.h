@@ -100,6 +100,7 @@ class CSharedServices final : public ISharedServices {
   void RunGpuReport(WindowHandle parent);
 
   std::atomic<uint32_t> refs_{1};
+  std::mutex initLock_;
   platform::ModuleHandle module_ = nullptr;
   platform::ModuleHandle resourceModule_ = nullptr;
   IEffectLibrary* library_ = nullptr;  // not counted; see TranslatorScope

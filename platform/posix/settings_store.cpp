@@ -115,6 +115,8 @@ std::optional<Document> Parse(std::string_view text) {
     const size_t end = text.find('\n');
     std::string_view line = text.substr(0, end);
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    // A file saved by a Windows editor ends its lines with CR LF; values escape their own.
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     if (line.find('\0') != std::string_view::npos) return std::nullopt;
     if (line.empty() || line[0] == '#') continue;
     if (line[0] == '[') {

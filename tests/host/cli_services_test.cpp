@@ -73,6 +73,19 @@ TEST_F(ServicesCliTest, EachOutcomeHasItsTextAndStatus) {
   EXPECT_EQ(run.out, "Can't connect to the server. Please check your internet connection.\n");
 }
 
+TEST_F(ServicesCliTest, TheTextsComeInTheLanguageAsked) {
+  HttpTestServer current(HttpTestServer::Mode::kServe,
+                         "<Version><Download Path='x'/><Build Version='3.0'/></Version>");
+  RunResult run = RunVitrella({"update-check", "--language", "de", "--server", current.Address()});
+  EXPECT_EQ(run.out, "Sie verwenden bereits die neueste Version.\n");
+  run = RunVitrella({"update-check", "--language=fr", "--server",
+                     "http://127.0.0.1:" + std::to_string(HttpTestServer::RefusingPort())});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.out,
+            "Impossible de se connecter au serveur. Veuillez v\xC3\xA9rifier votre connexion "
+            "Internet.\n");
+}
+
 TEST_F(ServicesCliTest, WrongCommandLinesAreRefused) {
   for (const std::vector<std::string>& args :
        {std::vector<std::string>{"update-check", "--server", "ftp://127.0.0.1"},
@@ -101,6 +114,7 @@ TEST_F(ServicesCliTest, OptionsStoredByOneProcessAreReadByTheNext) {
   EXPECT_NE(file.find("[Common]\n"), std::string::npos) << file;
   EXPECT_NE(file.find("Forced CPU=yes\n"), std::string::npos) << file;
   EXPECT_EQ(RunVitrella({"options", "extra"}).exitCode, 2);
+  EXPECT_EQ(RunVitrella({"options", "--server", "http://127.0.0.1:1"}).exitCode, 2);
 }
 
 TEST_F(ServicesCliTest, HelpOfATopicOpensThePageBesideTheLibrary) {

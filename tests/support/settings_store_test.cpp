@@ -71,6 +71,12 @@ TEST(SettingsStoreTest, TheUsersValueComesBeforeTheMachines) {
   ASSERT_TRUE(WriteSetting("Common", "Knobs Drag Vertical", "no"));
   EXPECT_EQ(ReadSetting("Common", "Knobs Drag Vertical").text, "no");
   EXPECT_EQ(ReadSetting("Common", "Crop Overscan").text, "yes");
+  // A file an administrator saved with Windows line ends reads the same.
+  TempConfig::WriteFile(config.MachineFile(),
+                        "[Common]\r\nKnobs Drag Vertical=yes\r\nCrop Overscan=yes\r\n");
+  EXPECT_EQ(ReadSetting("Common", "Crop Overscan").text, "yes");
+  TempConfig::WriteFile(config.MachineFile(),
+                        "[Common]\nKnobs Drag Vertical=yes\nCrop Overscan=yes\n");
   // The machine's file is only read.
   EXPECT_EQ(TempConfig::ReadFile(config.MachineFile()),
             "[Common]\nKnobs Drag Vertical=yes\nCrop Overscan=yes\n");

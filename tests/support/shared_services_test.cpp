@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/temp_config.h"
@@ -189,6 +190,26 @@ TEST_F(SharedServicesTest, ATitlerWithNoHostRememberedKeepsItsOwnName) {
   char small[4] = "xyz";
   EXPECT_EQ(services.GetHostName(small, sizeof(small)), 0u);
   EXPECT_STREQ(small, "");
+}
+
+TEST_F(SharedServicesTest, TheHostLockKeepsNameAndHelpTogether) {
+  CSharedServices services;
+  ASSERT_TRUE(services.Initialise(platform::ThisModule(), nullptr, nullptr));
+  const SharedHostInfo first{"Vegas Pro", u"http://one/"};
+  const SharedHostInfo second{"Movie Studio", u"http://two/"};
+  std::thread writer([&] {
+    for (int i = 0; i < 40; ++i)
+      services.SetHostInfo(i % 2 == 0 ? &first : &second);
+  });
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = HostName(services);
+    EXPECT_TRUE(name.empty() || name == "Vegas Pro" || name == "Movie Studio") << name;
+    const std::u16string address = services.HelpAddress(1).SafeData();
+    EXPECT_TRUE(address.starts_with(u"file://") || address.starts_with(u"http://one/") ||
+                address.starts_with(u"http://two/"));
+  }
+  writer.join();
+  EXPECT_EQ(HostName(services), "Movie Studio");
 }
 
 TEST(HelpAddressTest, EachRuleAddsItsPartOnce) {
