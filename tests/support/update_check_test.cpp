@@ -17,11 +17,11 @@ namespace {
 using testing::HttpTestServer;
 
 constexpr uint32_t kBuild = 20260100;
-const std::u16string kCantConnect =
+constexpr char16_t kCantConnect[] =
     u"Can't connect to the server. Please check your internet connection.";
-const std::u16string kCantGetData = u"Can't get data about new updates from the server.";
-const std::u16string kMostCurrent = u"You have the most current version.";
-const std::u16string kNote = u"Note that the NLE must be closed for the install to take place.";
+constexpr char16_t kCantGetData[] = u"Can't get data about new updates from the server.";
+constexpr char16_t kMostCurrent[] = u"You have the most current version.";
+constexpr char16_t kNote[] = u"Note that the NLE must be closed for the install to take place.";
 
 std::string VersionFile(const std::string& entries) {
   return "<?xml version=\"1.0\"?>\n<Version>\n"
@@ -89,9 +89,10 @@ TEST(UpdateCheckTest, AnUpdateListsItsFixesAndFeaturesAndEndsWithTheNote) {
   EXPECT_TRUE(result.available);
   EXPECT_STREQ(result.path.SafeData(), "https://www.corvane.com/get/vitrella3");
   EXPECT_EQ(Text(result),
-            u"Latest available version 3.1 Build 20260301.\n\n\nList of bugs that are fixed:\n"
-            u"\n \u00EF Crash on load\n \u00EF Slow preview\n\n\nList of features that are added:\n"
-            u"\n -New preset\n\n\n" +
+            std::u16string(u"Latest available version 3.1 Build 20260301.\n\n\n"
+                           u"List of bugs that are fixed:\n\n \u00EF Crash on load\n \u00EF "
+                           u"Slow preview\n\n\nList of features that are added:\n"
+                           u"\n -New preset\n\n\n") +
                 kNote);
 }
 
@@ -120,7 +121,7 @@ TEST(UpdateCheckTest, FeaturesAloneShowNoBugHeading) {
       Text(Check(VersionFile(Entry("Feature", "20260101", "All", "Faster"))));
   EXPECT_EQ(text.find(u"List of bugs"), std::u16string::npos);
   EXPECT_NE(text.find(u"List of features that are added:\n\n -Faster"), std::u16string::npos);
-  EXPECT_TRUE(text.ends_with(u"\n\n\n" + kNote));
+  EXPECT_TRUE(text.ends_with(std::u16string(u"\n\n\n") + kNote));
 }
 
 // Against a server on this machine, with waits short enough for a test.
@@ -177,7 +178,7 @@ TEST_F(UpdateServerTest, NoServerMeansNoConnection) {
 TEST_F(UpdateServerTest, HostileServersEndInAFailureTextWithinTheirLimits) {
   struct Case {
     HttpTestServer::Mode mode;
-    std::u16string text;
+    const char16_t* text;
   };
   for (const Case& each : {Case{HttpTestServer::Mode::kStall, kCantConnect},
                            Case{HttpTestServer::Mode::kStallAfterHeader, kCantGetData},
