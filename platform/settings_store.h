@@ -9,7 +9,8 @@
 // starting with '#' are ignored. Section and value names compare without regard to ASCII
 // case, as registry keys do. In a value, a backslash, line feed and carriage return are
 // written as \\, \n and \r. Anything else makes the file damaged: it reads as empty, and
-// a write sets it aside as settings.ini.damaged instead of replacing it with less.
+// a write sets it aside as settings.ini.damaged (.damaged.1 and so on beside an
+// earlier one) instead of replacing it with less.
 #pragma once
 
 #include <string>

@@ -1,5 +1,6 @@
 #include "platform/settings_store.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -232,6 +234,34 @@ bool ReplaceFile(const std::string& path, std::string_view bytes) {
   return true;
 }
 
+// Writers make their temporary file only while they hold the lock, so one that the lock's
+// holder finds was left by a writer that died.
+void RemoveStaleTemporaries(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  const std::string folder = path.substr(0, slash);
+  const std::string prefix = path.substr(slash + 1) + ".";
+  DIR* handle = opendir(folder.c_str());
+  if (handle == nullptr) return;
+  while (const dirent* entry = readdir(handle)) {
+    const std::string_view name = entry->d_name;
+    const std::string_view suffix =
+        name.starts_with(prefix) ? name.substr(prefix.size()) : std::string_view();
+    // mkostemp's six characters; "lock" and "damaged" are not six long.
+    if (suffix.size() == 6) unlinkat(dirfd(handle), entry->d_name, 0);
+  }
+  closedir(handle);
+}
+
+bool SetAside(const std::string& path) {
+  for (int copy = 0; copy < 100; ++copy) {
+    const std::string aside = path + ".damaged" + (copy == 0 ? "" : "." + std::to_string(copy));
+    // link fails rather than replace a copy that stands there already.
+    if (link(path.c_str(), aside.c_str()) == 0) return unlink(path.c_str()) == 0;
+    if (errno != EEXIST) return false;
+  }
+  return false;
+}
+
 bool Storable(std::string_view name, char forbidden) {
   return !name.empty() &&
          name.find_first_of(std::string{'\n', '\r', '\0', forbidden}) == std::string_view::npos;
@@ -279,11 +309,13 @@ bool WriteSetting(std::string_view section, std::string_view name, std::string_v
       return false;
     }
   }
+  RemoveStaleTemporaries(path);
   Document document;
   bool ok = true;
   if (ReadDocument(path, document) == FileState::kDamaged) {
-    // What a damaged file held may still matter to someone; keep it aside.
-    ok = rename(path.c_str(), (path + ".damaged").c_str()) == 0;
+    // What a damaged file held may still matter to someone; keep it aside, beside any
+    // kept before.
+    ok = SetAside(path);
   }
   if (ok) {
     SetValue(document, section, name, value);

@@ -112,6 +112,12 @@ TEST(SettingsStoreTest, DamagedFilesReadAsEmptyAndAreNeverOverwritten) {
   EXPECT_EQ(TempConfig::ReadFile(config.UserFile() + ".damaged"), damaged);
   EXPECT_EQ(ReadSetting("Common", "Knobs Drag Vertical").text, "yes");
 
+  // A second damaged file is kept beside the first.
+  TempConfig::WriteFile(config.UserFile(), "[Common]\nsecond damage\n");
+  ASSERT_TRUE(WriteSetting("Common", "Knobs Drag Vertical", "no"));
+  EXPECT_EQ(TempConfig::ReadFile(config.UserFile() + ".damaged"), damaged);
+  EXPECT_EQ(TempConfig::ReadFile(config.UserFile() + ".damaged.1"), "[Common]\nsecond damage\n");
+
   for (const char* bad : {"name=value before any section\n", "[]\n", "[Common\n",
                           "[Common]\nbad escape=\\t\n", "[Common]\n=no name\n"}) {
     TempConfig::WriteFile(config.UserFile(), bad);
@@ -132,6 +138,17 @@ TEST(SettingsStoreTest, AFailedWriteLeavesTheFileAsItWas) {
   setenv("XDG_CONFIG_HOME", config.UserFile().c_str(), 1);
   EXPECT_FALSE(WriteSetting("Common", "Forced CPU", "no"));
   EXPECT_EQ(TempConfig::ReadFile(config.UserFile()), before);
+}
+
+TEST(SettingsStoreTest, AWriterThatDiedLeavesNoTemporaryForLong) {
+  const TempConfig config;
+  ASSERT_TRUE(WriteSetting("Common", "Forced CPU", "yes"));
+  TempConfig::WriteFile(config.UserFile() + ".Ab3xYz", "[Common]\nForced CPU=n");
+  TempConfig::WriteFile(config.UserFile() + ".keep", "not ours");
+  ASSERT_TRUE(WriteSetting("Common", "Crop Overscan", "no"));
+  EXPECT_FALSE(std::filesystem::exists(config.UserFile() + ".Ab3xYz"));
+  EXPECT_TRUE(std::filesystem::exists(config.UserFile() + ".keep"));
+  EXPECT_EQ(ReadSetting("Common", "Forced CPU").text, "yes");
 }
 
 TEST(SettingsStoreTest, TwoProcessesWritingAtOnceLoseNothing) {
