@@ -429,7 +429,8 @@ Commands:
   list        Describe every effect, or one effect as its panel shows it, or its presets.
   render      Render a picture or a clip through an effect.
   preset      Write or read a preset file through the library.
-  update-check  Ask the download server whether a newer build of the library exists.
+  update-check
+              Ask the download server whether a newer build of the library exists.
   options     Show the library's options dialog and keep what it stores.
   help        This text, or one command's: vitrella help render; with a number, open
               that topic of the library's help page: vitrella help 300.
