@@ -6,11 +6,16 @@
 #include "core/frame_processor.h"
 #include "core/module.h"
 #include "support/preset_saver.h"
+#include "support/shared_services.h"
 
 namespace vitrella {
 
 CVitrellaEffects3::CVitrellaEffects3() {
   LoadLanguageTable(LibraryModule(), kLanguageTableFile);
+}
+
+CVitrellaEffects3::~CVitrellaEffects3() {
+  SharedServices().ForgetLibrary(this);
 }
 
 Result CVitrellaEffects3::QueryInterface(const Guid& iid, void** out) {
@@ -45,12 +50,23 @@ IVideoEffect* CVitrellaEffects3::CreateEffect(uint32_t index) {
   return CreateEffectByIndex(index);
 }
 
-// Help and the shared services arrive with the settings module; until then these doors
-// stay shut.
-void CVitrellaEffects3::ShowHelp(WindowHandle /*parent*/, int32_t /*topic*/) {}
+void CVitrellaEffects3::ShowHelp(WindowHandle parent, int32_t topic) {
+  GetSharedServicesReady().ShowHelp(parent, topic, false);
+}
 
+// The module's one object, started by the first library that asks; the host owns the
+// reference that comes back.
 ISharedServices* CVitrellaEffects3::GetSharedServices() {
-  return nullptr;
+  CSharedServices& services = GetSharedServicesReady();
+  services.AddRef();
+  return &services;
+}
+
+CSharedServices& CVitrellaEffects3::GetSharedServicesReady() {
+  CSharedServices& services = SharedServices();
+  if (services.Build() == 0) services.SetVersion(&kLibraryVersion);
+  services.Initialise(LibraryModule(), this, nullptr);
+  return services;
 }
 
 // The host owns the one reference that comes back; null only when memory ran out.

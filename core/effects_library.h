@@ -9,8 +9,13 @@
 
 namespace vitrella {
 
+class CSharedServices;
+
 inline constexpr const char* kLibraryName = "Corvane Vitrella III";
 inline constexpr const char* kLanguageTableFile = "KZVitrella3Lang.xml";
+// The version words the shared services start from; the build is a date, which the
+// update check compares with the dates of the server's version file.
+inline constexpr SharedVersion kLibraryVersion{3, 0, 20261124, "Copyright 2026 Corvane"};
 
 class CVitrellaEffects3 final : public IEffectLibrary, public CMultiLingualBase {
  public:
@@ -29,7 +34,9 @@ class CVitrellaEffects3 final : public IEffectLibrary, public CMultiLingualBase 
   IPresetSaver* VITRELLA_CALL CreatePresetSaver() override;
 
  private:
-  ~CVitrellaEffects3() = default;
+  ~CVitrellaEffects3();
+  // The shared services, initialised by this library unless another one did already.
+  CSharedServices& GetSharedServicesReady();
 
   std::atomic<uint32_t> refs_{1};
 };

@@ -300,19 +300,47 @@ void ParseList(ArgumentReader& reader, CommandLine& line) {
   }
 }
 
-// `help [COMMAND]`.
+// `update-check [--server URL]` and `options`, which take no operand.
+void ParseServicesCommand(ArgumentReader& reader, CommandLine& line, const std::string& command) {
+  std::vector<std::string> positional;
+  const auto option = [&](const std::string& name, const std::optional<std::string>& inlineValue) {
+    if (name != "--server" || command != "update-check") return false;
+    SetOnce(line.server, reader.Value(name, inlineValue), name);
+    const std::string scheme = FoldName(line.server->substr(0, line.server->find(':')));
+    if ((scheme != "http" && scheme != "https") || line.server->find("://") == std::string::npos) {
+      throw UsageError("bad server " + Quoted(*line.server) +
+                       ": expected an address such as http://127.0.0.1:8080");
+    }
+    return true;
+  };
+  if (!ReadArguments(reader, line, command, positional, option)) return;
+  if (!positional.empty()) {
+    throw UsageError(command + " takes no operand, not " + Quoted(positional[0]));
+  }
+}
+
+// `help [COMMAND]`, or `help TOPIC` with the number of a topic of the library's help.
 void ParseHelp(ArgumentReader& reader, CommandLine& line) {
   line.command = Command::kHelp;
   if (reader.Done()) return;
   const std::string topic = reader.Take();
   if (!reader.Done()) throw UsageError("help takes one command, not " + Quoted(reader.Peek()));
-  for (const char* command : {"list", "render", "preset", "help"}) {
+  for (const char* command : {"list", "render", "preset", "update-check", "options", "help"}) {
     if (topic == command) {
       line.helpTopic = topic == "help" ? "" : topic;
       return;
     }
   }
-  throw UsageError("no help for " + Quoted(topic) + "; the commands are list, render and preset");
+  uint32_t number = 0;
+  if (ParseIndex(topic, &number) && number <= 0x7FFFFFFF) {
+    line.command = Command::kLibraryHelp;
+    line.libraryHelpTopic = static_cast<int32_t>(number);
+    return;
+  }
+  throw UsageError(
+      "no help for " + Quoted(topic) +
+      "; the commands are list, render, preset, update-check and options, and a number "
+      "opens that topic of the library's help");
 }
 
 }  // namespace
@@ -348,9 +376,15 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
     ParseRender(reader, line);
   } else if (command == "preset") {
     ParsePreset(reader, line);
+  } else if (command == "update-check") {
+    line.command = Command::kUpdateCheck;
+    ParseServicesCommand(reader, line, command);
+  } else if (command == "options") {
+    line.command = Command::kOptions;
+    ParseServicesCommand(reader, line, command);
   } else {
     const std::vector<std::string> nearest =
-        NearestNames(command, {"list", "render", "preset", "help"});
+        NearestNames(command, {"list", "render", "preset", "update-check", "options", "help"});
     throw UsageError("unknown command " + Quoted(command) + Suggestion(nearest));
   }
   return line;
@@ -365,7 +399,8 @@ std::string CommandOf(const std::vector<std::string>& args) {
   for (size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "--library") {
       ++i;  // its value
-    } else if (args[i] == "list" || args[i] == "render" || args[i] == "preset") {
+    } else if (args[i] == "list" || args[i] == "render" || args[i] == "preset" ||
+               args[i] == "update-check" || args[i] == "options") {
       return args[i];
     } else if (!args[i].starts_with('-')) {
       return "";
@@ -385,14 +420,20 @@ Usage:
   vitrella [--library PATH] render --effect EFFECT [options] [INPUT] OUTPUT
   vitrella [--library PATH] preset save --effect EFFECT [--preset NAME] [--set PARAM=VALUE ...] FILE
   vitrella [--library PATH] preset load --effect EFFECT FILE
-  vitrella help [COMMAND]
+  vitrella [--library PATH] update-check [--server URL]
+  vitrella [--library PATH] options
+  vitrella help [COMMAND | TOPIC]
   vitrella --version
 
 Commands:
   list        Describe every effect, or one effect as its panel shows it, or its presets.
   render      Render a picture or a clip through an effect.
   preset      Write or read a preset file through the library.
-  help        This text, or one command's: vitrella help render.
+  update-check
+              Ask the download server whether a newer build of the library exists.
+  options     Show the library's options dialog and keep what it stores.
+  help        This text, or one command's: vitrella help render; with a number, open
+              that topic of the library's help page: vitrella help 300.
 
 Options of every command:
   --library PATH        the effect library (default: Vitrella3OpenGL64.so beside vitrella)
@@ -507,9 +548,49 @@ Options:
                         pt (message boxes stay in English)
 )";
 
+constexpr const char* kUpdateCheckHelp =
+    R"(Usage: vitrella [--library PATH] update-check [--server URL] [--language CODE]
+
+Asks the download server whether a newer build of the library exists for this host, and
+prints what the library's update dialog would show: that this is the most current
+version, or the newest build with its fixed faults and added features, followed by the
+download address. The exit status is 0 when the server answered and 1 when it could not
+be reached or its answer could not be read.
+
+Options:
+  --server URL          the download server (default: the maker's), as
+                        http://127.0.0.1:8080; the file asked for is
+                        URL/downloads/Linux/vitrella3.xml
+  --language CODE       the texts in this language: de, en, es, fr, it, ja or pt
+)";
+
+constexpr const char* kOptionsHelp =
+    R"(Usage: vitrella [--library PATH] options [--language CODE]
+
+Shows the library's options dialog: the settings shared by its effects (up and down
+knob control, key frames instead of presets, crop overscan, forced CPU for this
+collection and for all), help, the GPU report and the update check. OK stores each
+setting at once in ~/.config/corvane/settings.ini ($XDG_CONFIG_HOME when set), where every
+later process reads it; Cancel stores nothing. It prints how the dialog closed and the
+settings the library holds afterwards.
+
+The dialog runs headless for now, on a desktop too: its steps come from
+VITRELLA_UI_FORM, separated by blanks or commas, "ID=on" or "ID=off" for a check box
+and "ID" for a button, as in VITRELLA_UI_FORM="230=on 1036=off 1". Without steps it
+closes as Cancel. Check boxes: 230 knobs, 233 key frames, 231 crop overscan, 1015 forced
+CPU for this collection, 1036 for all; buttons: 1 OK, 2 Cancel, 9 Help, 232 the maker's
+page, 1011 Check for Update, 1016 GPU report (closed by 1018). In the update dialog, 260
+opens the download and 2 cancels.
+
+Options:
+  --language CODE       the dialog in this language: de, en, es, fr, it, ja or pt
+)";
+
 }  // namespace
 
 std::string UsageText(const std::string& topic) {
+  if (topic == "options") return kOptionsHelp;
+  if (topic == "update-check") return kUpdateCheckHelp;
   if (topic == "list") return kListHelp;
   if (topic == "render") return kRenderHelp;
   if (topic == "preset") return kPresetHelp;

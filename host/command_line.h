@@ -10,7 +10,17 @@
 
 namespace vitrella::host {
 
-enum class Command { kHelp, kVersion, kList, kRender, kPresetSave, kPresetLoad };
+enum class Command {
+  kHelp,
+  kVersion,
+  kList,
+  kRender,
+  kPresetSave,
+  kPresetLoad,
+  kUpdateCheck,
+  kLibraryHelp,
+  kOptions,
+};
 
 struct ParamSetting {
   std::string param;  // index or label, resolved against the effect later
@@ -59,6 +69,10 @@ struct CommandLine {
   bool json = false;
   // The library's dialogs in this language.
   std::optional<std::string> language;
+  // update-check: the download server instead of the maker's.
+  std::optional<std::string> server;
+  // help TOPIC: the library's help page of this topic number.
+  int32_t libraryHelpTopic = 0;
   RenderOptions render;
 };
 

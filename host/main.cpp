@@ -15,6 +15,7 @@
 #include "message_text.h"
 #include "preset_command.h"
 #include "render_command.h"
+#include "services_command.h"
 
 namespace {
 
@@ -58,6 +59,15 @@ int Run(const std::vector<std::string>& args) {
       break;
     case Command::kPresetLoad:
       status = RunPresetLoad(line, std::cout);
+      break;
+    case Command::kUpdateCheck:
+      status = RunUpdateCheck(line, std::cout);
+      break;
+    case Command::kOptions:
+      RunOptions(line, std::cout);
+      break;
+    case Command::kLibraryHelp:
+      RunLibraryHelp(line, std::cout);
       break;
   }
   std::cout.flush();

@@ -12,4 +12,10 @@ bool HasDesktop();
 // or the opener could not be started.
 bool OpenAddress(const std::u16string& address);
 
+// Tests catch the addresses instead of opening a browser: while an opener is set,
+// OpenAddress hands every address to it and answers what it answers. Null restores
+// the desktop's opener.
+using AddressOpener = bool (*)(const std::u16string& address);
+void SetAddressOpener(AddressOpener opener);
+
 }  // namespace vitrella::platform

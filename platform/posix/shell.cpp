@@ -3,6 +3,7 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <cstdlib>
 
 #include "platform/text.h"
@@ -10,6 +11,15 @@
 extern char** environ;
 
 namespace vitrella::platform {
+namespace {
+
+std::atomic<AddressOpener> g_opener{nullptr};
+
+}  // namespace
+
+void SetAddressOpener(AddressOpener opener) {
+  g_opener.store(opener);
+}
 
 bool HasDesktop() {
   const char* x11 = std::getenv("DISPLAY");
@@ -18,6 +28,7 @@ bool HasDesktop() {
 }
 
 bool OpenAddress(const std::u16string& address) {
+  if (const AddressOpener opener = g_opener.load()) return opener(address);
   if (address.empty() || !HasDesktop()) return false;
   std::string narrow = WideToUtf8(address);
   std::string program = "xdg-open";

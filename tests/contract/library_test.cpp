@@ -3,9 +3,11 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "common/temp_config.h"
 #include "vitrella/vitrella.h"
 
 namespace vitrella {
@@ -91,9 +93,33 @@ TEST_F(LoadedLibrary, WalksTheEffectTableUpToTheFirstNull) {
   }
 }
 
-TEST_F(LoadedLibrary, DoorsThatAreNotBuiltStayShut) {
-  EXPECT_EQ(library_->GetSharedServices(), nullptr);
-  library_->ShowHelp(nullptr, 300);  // does nothing, and must not crash
+TEST_F(LoadedLibrary, SharedServicesAreOneObjectForEveryLibrary) {
+  const testing::TempConfig config;
+  // Help is handed to no browser of the person running the tests.
+  unsetenv("DISPLAY");
+  unsetenv("WAYLAND_DISPLAY");
+  ISharedServices* services = library_->GetSharedServices();
+  ASSERT_NE(services, nullptr);
+  IEffectLibrary* another = getLibrary_();
+  ISharedServices* same = another->GetSharedServices();
+  EXPECT_EQ(same, services);
+  void* unknown = nullptr;
+  EXPECT_EQ(services->QueryInterface(kIID_IUnknown, &unknown), kOk);
+  EXPECT_EQ(unknown, services);
+  EXPECT_EQ(services->QueryInterface(kIID_IEffectLibrary, &unknown), kNoInterface);
+  EXPECT_EQ(unknown, nullptr);
+  // The services never keep a library alive, nor die with their last reference.
+  EXPECT_EQ(another->Release(), 0u);
+  EXPECT_GE(same->Release(), 1u);
+  EXPECT_GE(services->Release(), 1u);
+  EXPECT_GE(services->Release(), 1u);
+  WideChar name[64];
+  EXPECT_EQ(services->GetModuleFileName(name, 64), 20u);
+  EXPECT_EQ(std::u16string(name), u"Vitrella3OpenGL64.so");
+  WideChar help[4096];
+  ASSERT_GT(services->GetHelpTarget(300, help, 4096), 0u);
+  EXPECT_TRUE(std::u16string(help).ends_with(u"/Vitrella3Help.html#topic-300"));
+  library_->ShowHelp(nullptr, 300);  // opens nothing without a desktop, and must not crash
 }
 
 TEST_F(LoadedLibrary, MakesANewPresetSaverEachCall) {

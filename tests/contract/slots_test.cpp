@@ -39,6 +39,26 @@ TEST(Slots, EffectLibrary) {
   EXPECT_EQ(Slot(&IEffectLibrary::CreatePresetSaver), 8u);
 }
 
+TEST(Slots, SharedServices) {
+  EXPECT_EQ(Slot(&ISharedServices::Initialise), 3u);
+  EXPECT_EQ(Slot(&ISharedServices::SetVersion), 4u);
+  EXPECT_EQ(Slot(&ISharedServices::SetDialogOptions), 5u);
+  EXPECT_EQ(Slot(&ISharedServices::SetHostInfo), 6u);
+  EXPECT_EQ(Slot(&ISharedServices::SetLanguage), 7u);
+  EXPECT_EQ(Slot(&ISharedServices::GetKnobsDragVertical), 8u);
+  EXPECT_EQ(Slot(&ISharedServices::GetCropOverscan), 9u);
+  EXPECT_EQ(Slot(&ISharedServices::ShowHelp), 10u);
+  EXPECT_EQ(Slot(&ISharedServices::ShowOptions), 11u);
+  EXPECT_EQ(Slot(&ISharedServices::GetModuleFileName), 12u);
+  EXPECT_EQ(Slot(&ISharedServices::GetFileBesideModule), 13u);
+  EXPECT_EQ(Slot(&ISharedServices::GetResourceFileName), 14u);
+  EXPECT_EQ(Slot(&ISharedServices::GetHostName), 15u);
+  EXPECT_EQ(Slot(&ISharedServices::GetHelpTarget), 16u);
+  EXPECT_EQ(Slot(&ISharedServices::CheckForUpdate), 17u);
+  EXPECT_EQ(Slot(&ISharedServices::GetUpdateText), 18u);
+  EXPECT_EQ(Slot(&ISharedServices::GetUpdatePath), 19u);
+}
+
 TEST(Slots, Effects) {
   EXPECT_EQ(Slot(&IVideoEffect::GetEffectName), 3u);
   EXPECT_EQ(Slot(&IVideoEffect::GetEffectTraits), 4u);
