@@ -560,7 +560,7 @@ be reached or its answer could not be read.
 Options:
   --server URL          the download server (default: the maker's), as
                         http://127.0.0.1:8080; the file asked for is
-                        URL/downloads/Linux/vitrella3.xml
+                        URL/downloads/Windows/vitrella3.xml
   --language CODE       the texts in this language: de, en, es, fr, it, ja or pt
 )";
 

@@ -17,7 +17,7 @@
 namespace vitrella {
 
 // The product's name as its settings section and dialogs take it.
-inline constexpr const char* kProductName = "Corvane Vitrella III for Linux 3.0";
+inline constexpr const char* kProductName = "Corvane Vitrella III for Windows 3.0";
 // The help address's collection= value.
 inline constexpr const char* kCollectionKey = "VitrellaIII";
 inline constexpr const char16_t* kResourceFileName = u"Resources64.so";

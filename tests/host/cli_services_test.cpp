@@ -49,7 +49,7 @@ TEST_F(ServicesCliTest, AnUpdateForThisHostIsListedWithItsDownload) {
             "Note that the NLE must be closed for the install to take place.\n"
             "Download: https://www.corvane.com/get/vitrella3\n");
   ASSERT_EQ(server.Requests().size(), 1u);
-  EXPECT_TRUE(server.Requests()[0].starts_with("GET /downloads/Linux/vitrella3.xml "));
+  EXPECT_TRUE(server.Requests()[0].starts_with("GET /downloads/Windows/vitrella3.xml "));
   // vitrella introduced itself as the host, a real one, and is remembered so.
   EXPECT_NE(TempConfig::ReadFile(config_.UserFile()).find("LastUsedHostName=vitrella\n"),
             std::string::npos);

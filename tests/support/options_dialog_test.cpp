@@ -186,8 +186,8 @@ TEST_F(OptionsDialogTest, OkStoresEverySettingAndTellsWhatNeedsARestart) {
   EXPECT_EQ(Setting("Common", "Knobs Drag Vertical"), "yes");
   EXPECT_EQ(Setting("Common", "Crop Overscan"), "yes");
   EXPECT_EQ(Setting("Common", "Forced CPU"), "yes");
-  EXPECT_EQ(Setting("Corvane Vitrella III for Linux", "Key Frames vs Presets"), "yes");
-  EXPECT_EQ(Setting("Corvane Vitrella III for Linux", "Forced CPU"), "yes");
+  EXPECT_EQ(Setting("Corvane Vitrella III for Windows", "Key Frames vs Presets"), "yes");
+  EXPECT_EQ(Setting("Corvane Vitrella III for Windows", "Forced CPU"), "yes");
   const std::vector<platform::ShownBox> boxes = platform::ShownBoxes();
   ASSERT_EQ(boxes.size(), 2u);
   EXPECT_EQ(boxes[0].title, u"Information");
@@ -265,7 +265,7 @@ TEST_F(OptionsDialogTest, ADownloadFromTheUpdateDialogClosesTheOptionsToo) {
   std::vector<platform::ShownForm> forms = platform::ShownForms();
   ASSERT_EQ(forms.size(), 2u);
   EXPECT_EQ(forms[0].templateId, 259);
-  EXPECT_EQ(forms[0].title, u"Update Corvane Vitrella III for Linux 3.0");
+  EXPECT_EQ(forms[0].title, u"Update Corvane Vitrella III for Windows 3.0");
 
   // Without an update, the download button is not there to press.
   testing::HttpTestServer current(testing::HttpTestServer::Mode::kServe,

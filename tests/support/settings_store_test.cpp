@@ -39,13 +39,13 @@ TEST(SettingsStoreTest, ValuesRoundTripWithoutRegardToTheCaseOfNames) {
   const TempConfig config;
   EXPECT_EQ(ReadSetting("Common", "Forced CPU").status, SettingStatus::kMissing);
   ASSERT_TRUE(WriteSetting("Common", "Forced CPU", "yes"));
-  ASSERT_TRUE(WriteSetting("Corvane Vitrella III for Linux", "Forced CPU", "no"));
+  ASSERT_TRUE(WriteSetting("Corvane Vitrella III for Windows", "Forced CPU", "no"));
   const std::string awkward = "line one\nline two\r\\ = [x] # not a comment";
   ASSERT_TRUE(WriteSetting("Common\\Monitoring\\Reports", "Last", awkward));
   ASSERT_TRUE(WriteSetting("COMMON", "forced cpu", "YES"));  // the same value again
 
   EXPECT_EQ(ReadSetting("common", "FORCED CPU").text, "YES");
-  EXPECT_EQ(ReadSetting("Corvane Vitrella III for Linux", "Forced CPU").text, "no");
+  EXPECT_EQ(ReadSetting("Corvane Vitrella III for Windows", "Forced CPU").text, "no");
   EXPECT_EQ(ReadSetting("Common\\Monitoring\\Reports", "Last").text, awkward);
   const std::string file = TempConfig::ReadFile(config.UserFile());
   EXPECT_EQ(file.find("YES"), file.rfind("YES")) << "one line per value:\n" << file;

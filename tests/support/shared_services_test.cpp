@@ -20,7 +20,7 @@ namespace {
 
 using testing::TempConfig;
 
-constexpr const char* kOwnSection = "Corvane Vitrella III for Linux";
+constexpr const char* kOwnSection = "Corvane Vitrella III for Windows";
 
 TEST(CommonSettingsTest, TheCollectionsSectionIsCutBehindItsPlatform) {
   EXPECT_STREQ(
@@ -116,7 +116,7 @@ TEST_F(SharedServicesTest, SettingsAreReadStrictlyAtStartAndLooselyInARefresh) {
   platform::WriteSetting("Common", "Forced CPU", "no");
   platform::WriteSetting(kOwnSection, "Key Frames vs Presets", "Yes");
   TempConfig::WriteFile(config_.MachineFile(),
-                        "[Corvane Vitrella III for Linux]\nForced CPU=yes\n");
+                        "[Corvane Vitrella III for Windows]\nForced CPU=yes\n");
   CSharedServices services;
   ASSERT_TRUE(services.Initialise(platform::ThisModule(), nullptr, nullptr));
   EXPECT_TRUE(services.GetKnobsDragVertical());
@@ -217,17 +217,17 @@ TEST(HelpAddressTest, EachRuleAddsItsPartOnce) {
     return std::u16string(CompleteHelpAddress(address, key, language, 300).SafeData());
   };
   EXPECT_EQ(complete(u"http://help.corvane.com/page", "VitrellaIII", "de"),
-            u"http://help.corvane.com/page?dummy=0&collection=VitrellaIII&platform=Linux"
+            u"http://help.corvane.com/page?dummy=0&collection=VitrellaIII&platform=Win"
             u"&nle=Vegas&language=De&id=300");
   // A query of its own keeps its parameters, each in any case, and adds the rest.
   EXPECT_EQ(complete(u"HTTPS://x/?COLLECTION=Other&nle=Edius", "VitrellaIII", "fr"),
-            u"HTTPS://x/?COLLECTION=Other&nle=Edius&platform=Linux&language=Fr&id=300");
+            u"HTTPS://x/?COLLECTION=Other&nle=Edius&platform=Win&language=Fr&id=300");
   EXPECT_EQ(complete(u"http://x/?a=1&platform=Win", "", ""),
             u"http://x/?a=1&platform=Win&nle=Vegas&id=300");
   EXPECT_EQ(complete(u"http://x", nullptr, nullptr),
-            u"http://x?dummy=0&platform=Linux&nle=Vegas&id=300");
+            u"http://x?dummy=0&platform=Win&nle=Vegas&id=300");
   EXPECT_EQ(std::u16string(CompleteHelpAddress(u"http://x?", "", "pt", -5).SafeData()),
-            u"http://x?&platform=Linux&nle=Vegas&language=Pt&id=-5");
+            u"http://x?&platform=Win&nle=Vegas&language=Pt&id=-5");
 
   EXPECT_TRUE(IsWebHelp(u"http://x"));
   EXPECT_TRUE(IsWebHelp(u"HtTpS://x"));
@@ -262,7 +262,7 @@ TEST_F(SharedServicesTest, HelpOpensTheHostsAddressOrTheFileBesideTheLibrary) {
   services.ShowHelp(nullptr, 12, true);
   ASSERT_EQ(Opened().size(), 2u);
   EXPECT_EQ(Opened()[1],
-            u"HTTP://help.host.com/?collection=HostOwn&platform=Linux&nle=Vegas&language=De&id=12");
+            u"HTTP://help.host.com/?collection=HostOwn&platform=Win&nle=Vegas&language=De&id=12");
   WideChar target[512];
   ASSERT_GT(services.GetHelpTarget(12, target, 512), 0u);
   EXPECT_EQ(std::u16string(target), Opened()[1]);

@@ -51,9 +51,9 @@ TEST(UpdateCheckTest, TheCollectionsFileAndAddress) {
   EXPECT_STREQ(CollectionFileName("Vitrella3D3D64.dll").SafeData(), "vitrella33d");
   EXPECT_STREQ(CollectionFileName("OtherFx.so").SafeData(), "otherfx");
   EXPECT_STREQ(UpdateAddress("http://127.0.0.1:8080/", "vitrella3").SafeData(),
-               "http://127.0.0.1:8080/downloads/Linux/vitrella3.xml");
+               "http://127.0.0.1:8080/downloads/Windows/vitrella3.xml");
   EXPECT_STREQ(UpdateAddress(kUpdateServer, "vitrella3").SafeData(),
-               "https://www.corvane.com/downloads/Linux/vitrella3.xml");
+               "https://www.corvane.com/downloads/Windows/vitrella3.xml");
 }
 
 TEST(UpdateCheckTest, NothingReadableGivesTheNoDataText) {
@@ -157,7 +157,7 @@ TEST_F(UpdateServerTest, AskingTheServerForTheCollectionsFile) {
   EXPECT_TRUE(Text(result).starts_with(u"Latest available version 3.1 Build 20260501."));
   const std::vector<std::string> requests = server.Requests();
   ASSERT_EQ(requests.size(), 1u);
-  EXPECT_TRUE(requests[0].starts_with("GET /downloads/Linux/vitrella3.xml HTTP/1.1\r\n"));
+  EXPECT_TRUE(requests[0].starts_with("GET /downloads/Windows/vitrella3.xml HTTP/1.1\r\n"));
   EXPECT_NE(requests[0].find("\r\nUser-Agent: Corvane Check Update 1.0\r\n"), std::string::npos);
   EXPECT_NE(requests[0].find("\r\nCache-Control: no-cache\r\n"), std::string::npos);
   EXPECT_EQ(requests[0].find("Cookie"), std::string::npos);
