@@ -5,6 +5,7 @@
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
+#include "effects/proportion_helper.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
 #include "effects/spotlight.h"
@@ -28,7 +29,7 @@ constexpr EffectFactory kEffects[kEffectCount] = {
     &Make<CEdgeSmoother>,         // 3 Edge Smoother
     &Make<CGradientTint>,         // 4 Gradient Tint
     nullptr,                      // 5 Image Mapper
-    nullptr,                      // 6 Proportion Helper
+    &Make<PropHelper>,            // 6 Proportion Helper
     &Make<CRollingShutterFixer>,  // 7 Rolling Shutter
     &Make<CSplitScreen>,          // 8 Split Screen
     &Make<CSpotlight>,            // 9 Spotlight
