@@ -5,6 +5,7 @@
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
+#include "effects/image_mapper.h"
 #include "effects/proportion_helper.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
@@ -28,7 +29,7 @@ constexpr EffectFactory kEffects[kEffectCount] = {
     nullptr,                      // 2 Dual Booster
     &Make<CEdgeSmoother>,         // 3 Edge Smoother
     &Make<CGradientTint>,         // 4 Gradient Tint
-    nullptr,                      // 5 Image Mapper
+    &Make<CImageMapper>,          // 5 Image Mapper
     &Make<PropHelper>,            // 6 Proportion Helper
     &Make<CRollingShutterFixer>,  // 7 Rolling Shutter
     &Make<CSplitScreen>,          // 8 Split Screen

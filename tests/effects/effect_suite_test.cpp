@@ -20,6 +20,7 @@
 #include "effects/auto_contrast.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
+#include "effects/image_mapper.h"
 #include "effects/proportion_helper.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
@@ -77,6 +78,11 @@ const EffectCase kEffects[] = {
                                           {"Faux 3D Glasses", 2},
                                           {"Fading Film 3", kFieldModeFrame, 1.4587},
                                           {"Technicolor Divide", 1, 0.9}}),
+    Case<CImageMapper>("Image Mapper", {{"Apparition"},
+                                        {"Windswept Paper", 2},
+                                        {"Claw", kFieldModeFrame, 1.4587},
+                                        {"Off"},
+                                        {"Hirozintal Streaks"}}),
     Case<PropHelper>("Proportion Helper", {{"Golden Spiral"},
                                            {"Diagonals", 2},
                                            {"Golden Triangles", kFieldModeFrame, 1.4587},
