@@ -169,7 +169,7 @@ ImageMapperValues ReadImageMapper(IEffectHost* host, bool flipped) {
   return v;
 }
 
-CImageMapper::CImageMapper() : EffectBase(kTable) {}
+CImageMapper::CImageMapper() : EffectBase(kTable, kImageMapperSetupPrograms) {}
 
 bool CImageMapper::Render(IEffectHost* host, const HostFrame* source, uintptr_t /*unused*/,
                           HostFrame* destination, const RenderInfo* info) {
@@ -178,13 +178,6 @@ bool CImageMapper::Render(IEffectHost* host, const HostFrame* source, uintptr_t 
   const ImageMapperValues v = ReadImageMapper(host, setup.src().flipped != 0);
   return BySampleType(setup.srcLayout().isFloat,
                       [&]<typename T>(Samples<T>) { return RenderFrame<T>(setup, v); });
-}
-
-// The GPU path is not built yet: no frame is drawn there, and the capability call says so.
-bool CImageMapper::RenderGPUFrame(IEffectHost* /*host*/, const GPUTextureRef* /*source*/,
-                                  const GPUTextureRef* /*secondSource*/,
-                                  GPUTextureRef* /*destination*/, const RenderInfo* /*info*/) {
-  return false;
 }
 
 }  // namespace vitrella

@@ -24,6 +24,9 @@ struct ImageMapperValues {
 };
 ImageMapperValues ReadImageMapper(IEffectHost* host, bool flipped);
 
+// The programs that the GPU capability test makes: the lookup and the strip.
+extern const ProgramPair kImageMapperSetupPrograms[2];
+
 class CImageMapper final : public EffectBase<CImageMapper, GPUEffectHelper> {
  public:
   CImageMapper();
