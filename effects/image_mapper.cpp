@@ -112,9 +112,6 @@ bool RenderFrame(RenderSetup& setup, const ImageMapperValues& v) {
   const int32_t w = setup.width();
   const int32_t h = setup.height();
   if (w < 16 || h < 16) return false;
-  FrameBuffer scratch;
-  if (!scratch.Allocate(w, h, src.pixelBytes, &setup.memory(), src.format, false)) return false;
-
   // The crop writes into the destination, which serves as scratch until the last stage.
   const FrameBuffer* picture = &src;
   if (v.crop != 0.0f || v.aspect != 0.0f) {
@@ -125,11 +122,6 @@ bool RenderFrame(RenderSetup& setup, const ImageMapperValues& v) {
       picture = &dst;
     }
   }
-  if (!EdgeStage(*picture, scratch, v.curves, &setup.memory())) return false;
-  if (v.blur != 0.0f &&
-      !BlurStage(scratch, v.blur, setup.info().fieldMode != kFieldModeFrame, &setup.memory())) {
-    return false;
-  }
   const auto wd = static_cast<float>(dst.width);
   const auto hd = static_cast<float>(dst.height);
   const double shiftX = wd * v.sx;
@@ -138,6 +130,19 @@ bool RenderFrame(RenderSetup& setup, const ImageMapperValues& v) {
   for (int i = 0; i < 4; ++i) {
     corners[i][0] = v.corners[i][0] * (dst.width - 1) + shiftX;
     corners[i][1] = v.corners[i][1] * (dst.height - 1) + shiftY;
+  }
+  // Straight edges, no blur and the frame's own corners leave the picture as it is: it goes
+  // to the destination at once (where the crop put it already).
+  if (EdgesStayStraight(v.curves, w, h) && v.blur == 0.0f && w == dst.width && h == dst.height &&
+      CornersOfTheFrame(corners, w, h)) {
+    return picture == &dst || CopyFrame(src, dst);
+  }
+  FrameBuffer scratch;
+  if (!scratch.Allocate(w, h, src.pixelBytes, &setup.memory(), src.format, false)) return false;
+  if (!EdgeStage(*picture, scratch, v.curves, &setup.memory())) return false;
+  if (v.blur != 0.0f &&
+      !BlurStage(scratch, v.blur, setup.info().fieldMode != kFieldModeFrame, &setup.memory())) {
+    return false;
   }
   return CornerStage(scratch, dst, corners);
 }

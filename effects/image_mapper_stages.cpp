@@ -284,6 +284,17 @@ bool EdgeStage(const FrameBuffer& a, FrameBuffer& b, EdgeCurves curves, MemoryAl
   return true;
 }
 
+bool EdgesStayStraight(EdgeCurves curves, int32_t width, int32_t height) {
+  return BendOf(curves.c0, height, 1).depth == 0.0 && BendOf(curves.c1, height, -1).depth == 0.0 &&
+         BendOf(curves.left, width, 1).depth == 0.0 && BendOf(curves.right, width, -1).depth == 0.0;
+}
+
+bool CornersOfTheFrame(const kernels::Quad corners, int32_t width, int32_t height) {
+  const kernels::Quad whole = {
+      {0.0, 0.0}, {width - 1.0, 0.0}, {width - 1.0, height - 1.0}, {0.0, height - 1.0}};
+  return SameQuad(whole, corners);
+}
+
 bool BlurStage(FrameBuffer& s, float blur, bool field, MemoryAllocator* memory) {
   PixelLayout layout{};
   if (!IsFourChannel(s) || !FourChannelLayout(s, &layout)) return false;

@@ -43,6 +43,10 @@ struct EdgeCurves {
 [[nodiscard]] bool EdgeStage(const FrameBuffer& a, FrameBuffer& b, EdgeCurves curves,
                              MemoryAllocator* memory);
 
+// Whether the curves bend no edge by a whole pixel on a width x height picture: the edge
+// stage then gives the picture back as it was.
+bool EdgesStayStraight(EdgeCurves curves, int32_t width, int32_t height);
+
 // Softens the alpha channel of s inwards: a box of k = trunc(width * blur * 0.49), at
 // least 3 (a field's rows take half of it, at least 3), then the values below 253 / 255
 // cleared, then the box again. The shape loses about half a kernel and gains a soft edge
@@ -54,6 +58,10 @@ struct EdgeCurves {
 // warp refuses (not convex) shows its outline in opaque white instead. False only for bad
 // frames.
 [[nodiscard]] bool CornerStage(const FrameBuffer& s, FrameBuffer& dst, const kernels::Quad corners);
+
+// Whether the corners are those of the whole width x height picture: the corner stage then
+// gives it back as it was.
+bool CornersOfTheFrame(const kernels::Quad corners, int32_t width, int32_t height);
 
 // The outline of a quadrilateral, corners truncated to whole pixels, in opaque white.
 void DrawQuadOutline(FrameBuffer& frame, const kernels::Quad corners);

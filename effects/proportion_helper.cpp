@@ -181,12 +181,14 @@ void Frame(FrameBuffer& box) {
   }
 }
 
-// The box onto the canvas, turned by the plan's angle about its centre, which lands on
-// (px, py). A turn of 0 is a plain copy.
-bool PlaceBox(const FrameBuffer& box, FrameBuffer& canvas, const Plan& p) {
+// The box onto the canvas, turned by the plan's angle about its middle, which lands where
+// (px, py) puts it. A turn of 0 is a plain copy, and a half turn (what a flipped frame
+// makes of 0) the copy of the box reversed both ways, on the same pixels.
+bool PlaceBox(FrameBuffer& box, FrameBuffer& canvas, const Plan& p) {
   const int32_t hw = box.width / 2;
   const int32_t hh = box.height / 2;
-  if (p.angle == 0) {
+  if (p.angle == 180) Mirror(box, true, true);
+  if (p.angle == 0 || p.angle == 180) {
     int32_t x = p.px - hw;
     int32_t y = p.py - hh;
     FrameRect rect{0, 0, box.width, box.height};
