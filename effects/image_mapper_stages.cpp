@@ -119,6 +119,20 @@ void BoxRegion(FrameBuffer& plane, int32_t w, int32_t h, int32_t k, int32_t kv, 
       columns[static_cast<size_t>(x)] += row[x];
   }
   const Sum area = static_cast<Sum>(k) * kv;
+  // Division by the area through its reciprocal: for bytes the quotient is then set right
+  // by one step either way, so it is the integer quotient, rounded to nearest.
+  const double reciprocal = 1.0 / static_cast<double>(area);
+  const auto divide = [&](Sum sum) -> T {
+    if constexpr (sizeof(T) == 1) {
+      const Sum n = sum + area / 2;
+      auto q = static_cast<Sum>(static_cast<double>(n) * reciprocal);
+      if (q * area > n) --q;
+      if ((q + 1) * area <= n) ++q;
+      return static_cast<T>(q);
+    } else {
+      return static_cast<T>(sum * reciprocal);
+    }
+  };
   out.resize(static_cast<size_t>(w) * h);
   for (int32_t y = 0; y < h; ++y) {
     if (y > 0) {
@@ -134,11 +148,7 @@ void BoxRegion(FrameBuffer& plane, int32_t w, int32_t h, int32_t k, int32_t kv, 
     for (int32_t x = 0; x < w; ++x) {
       if (x > 0)
         sum += columns[static_cast<size_t>(x - 1 + k)] - columns[static_cast<size_t>(x - 1)];
-      if constexpr (sizeof(T) == 1) {
-        o[x] = static_cast<T>((sum + area / 2) / area);
-      } else {
-        o[x] = static_cast<T>(sum / area);
-      }
+      o[x] = divide(sum);
     }
   }
   for (int32_t y = 0; y < h; ++y)
