@@ -147,7 +147,8 @@ void BoxRegion(FrameBuffer& plane, int32_t w, int32_t h, int32_t k, int32_t kv, 
     T* o = out.data() + static_cast<ptrdiff_t>(y) * w;
     for (int32_t x = 0; x < w; ++x) {
       if (x > 0)
-        sum += columns[static_cast<size_t>(x - 1 + k)] - columns[static_cast<size_t>(x - 1)];
+        sum += columns[static_cast<size_t>(x) + static_cast<size_t>(k) - 1] -
+               columns[static_cast<size_t>(x) - 1];
       o[x] = divide(sum);
     }
   }
@@ -219,7 +220,9 @@ void Outline(FrameBuffer& frame, const kernels::Quad corners, int32_t w, int32_t
       for (int64_t step = 1; step < n; ++step) {
         x += dx;
         y += dy;
-        PutWhite<T>(frame, static_cast<int32_t>(x + 0.5), static_cast<int32_t>(y + 0.5), w, h);
+        // The outline's own rounding: half added, then truncated toward 0.
+        PutWhite<T>(frame, static_cast<int32_t>(x + 0.5),  // NOLINT(bugprone-incorrect-roundings)
+                    static_cast<int32_t>(y + 0.5), w, h);  // NOLINT(bugprone-incorrect-roundings)
       }
     }
     PutWhite<T>(frame, x1, y1, w, h);

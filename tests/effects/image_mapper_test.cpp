@@ -269,9 +269,10 @@ TEST_F(ImageMapperRender, EdgeBlurSoftensTheAlphaInwardsOnly) {
     // The first box and the cut leave full alpha from 4 pixels in; the second box ramps
     // it up from the edge: (x + 1) / 9 of full over the first 8 pixels, on every side.
     for (int x = 0; x < 8; ++x) {
-      const float expected = IsFloatFormat(format)
-                                 ? static_cast<float>(x + 1) / 9.0f
-                                 : static_cast<float>((255 * (x + 1) * 9 + 40) / 81);
+      // Bytes: the integer quotient of the sum by the area 81, rounded to nearest.
+      const int rounded = (255 * (x + 1) * 9 + 40) / 81;
+      const float expected =
+          IsFloatFormat(format) ? static_cast<float>(x + 1) / 9.0f : static_cast<float>(rounded);
       EXPECT_NEAR(dst.Get(x, 50, alpha), expected, 1e-6f) << x;
       EXPECT_NEAR(dst.Get(100, x, alpha), expected, 1e-6f) << x;
     }

@@ -221,7 +221,7 @@ TEST_F(ImageMapperParity, AShapeThatIsNotConvexShowsItsOutline) {
   int white = 0;
   for (int y = 0; y < out.rows; ++y) {
     for (int x = 0; x < out.cols; ++x) {
-      const cv::Vec4b p = out.at<cv::Vec4b>(y, x);
+      const cv::Vec4b& p = out.at<cv::Vec4b>(y, x);
       if (p[3] == 0) {
         ASSERT_EQ(p, cv::Vec4b(0, 0, 0, 0)) << x << "," << y;
       } else {
