@@ -1,7 +1,7 @@
 // Image Mapper's rows, and the same work built from OpenCV's parts: the crop as a cubic
 // resize of the rectangle, the bent edges as two remaps (rows' ends, then columns' ends)
 // from maps of the same sines, the edge blur as box filters and a threshold on the alpha
-// plane, and the corners as a perspective warp onto a cleared frame. Stages that ours
+// plane, and the corners as a projective warp (OpenCV's) onto a cleared frame. Stages that ours
 // passes over (no margin, no bend, no blur, the picture's own corners) are passed over
 // here too.
 #include <algorithm>
