@@ -192,9 +192,16 @@ void GpuRender(benchmark::State& state, const EffectBench& bench, const char* pr
     return;
   }
   auto* gpu = static_cast<IVideoGPUEffect*>(found);
-  // Through RenderOnGpu once, which checks the capability and answers the host's services.
-  host::RenderOnGpu(*services, *scene.effect, scene.host, scene.source.record(),
-                    scene.destination.record(), scene.info, bench.name);
+  // Through RenderOnGpu once, which checks the capability and answers the host's services;
+  // an effect that refuses the GPU path has no row.
+  try {
+    host::RenderOnGpu(*services, *scene.effect, scene.host, scene.source.record(),
+                      scene.destination.record(), scene.info, bench.name);
+  } catch (const host::HostError& error) {
+    gpu->Release();
+    state.SkipWithError(error.what());
+    return;
+  }
   GPUTextureRef source{};
   GPUTextureRef destination{};
   GPUTextureRef none{};

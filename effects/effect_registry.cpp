@@ -7,6 +7,8 @@
 #include "effects/dual_booster.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
+#include "effects/image_mapper.h"
+#include "effects/proportion_helper.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
 #include "effects/spotlight.h"
@@ -29,8 +31,8 @@ constexpr EffectFactory kEffects[kEffectCount] = {
     &Make<CDualBooster>,          // 2 Dual Booster
     &Make<CEdgeSmoother>,         // 3 Edge Smoother
     &Make<CGradientTint>,         // 4 Gradient Tint
-    nullptr,                      // 5 Image Mapper
-    nullptr,                      // 6 Proportion Helper
+    &Make<CImageMapper>,          // 5 Image Mapper
+    &Make<PropHelper>,            // 6 Proportion Helper
     &Make<CRollingShutterFixer>,  // 7 Rolling Shutter
     &Make<CSplitScreen>,          // 8 Split Screen
     &Make<CSpotlight>,            // 9 Spotlight

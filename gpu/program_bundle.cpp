@@ -5,6 +5,8 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string>
+#include <string_view>
 
 #include "platform/ui.h"
 
@@ -148,6 +150,15 @@ int ProgramBundle::FindUniform(const char* name) const {
   for (size_t i = 0; i < names_.size(); ++i) {
     if (names_[i] == name) return static_cast<int>(i);
   }
+  // An element of an array: the driver lists the array once, as its first element.
+  const std::string_view text(name);
+  const size_t open = text.rfind('[');
+  if (open != std::string_view::npos && text.back() == ']' && text.substr(open) != "[0]") {
+    const std::string first = std::string(text.substr(0, open)) + "[0]";
+    for (size_t i = 0; i < names_.size(); ++i) {
+      if (names_[i] == first) return static_cast<int>(i);
+    }
+  }
   return -1;
 }
 
@@ -177,6 +188,11 @@ bool ProgramBundle::SetVec2(const char* name, float x, float y) {
 bool ProgramBundle::SetVec3(const char* name, float x, float y, float z) {
   if (program_ == nullptr || !Admit(name)) return false;
   return program_->SetVec3(name, x, y, z);
+}
+
+bool ProgramBundle::SetVec4(const char* name, float x, float y, float z, float w) {
+  if (program_ == nullptr || !Admit(name)) return false;
+  return program_->SetVec4(name, x, y, z, w);
 }
 
 bool ProgramBundle::SetTexture(const char* name, IGPUTexture* texture) {

@@ -36,6 +36,7 @@ class ProgramBundle {
   bool SetFloat(const char* name, float value);
   bool SetVec2(const char* name, float x, float y);
   bool SetVec3(const char* name, float x, float y, float z);
+  bool SetVec4(const char* name, float x, float y, float z, float w);
   bool SetTexture(const char* name, IGPUTexture* texture);
 
   // The standard uniforms of one texture stage, for the sub-rectangle (x0, y0, x1, y1)

@@ -22,6 +22,8 @@
 #include "effects/dual_booster.h"
 #include "effects/edge_smoother.h"
 #include "effects/gradient_tint.h"
+#include "effects/image_mapper.h"
+#include "effects/proportion_helper.h"
 #include "effects/rolling_shutter.h"
 #include "effects/split_screen.h"
 #include "effects/spotlight.h"
@@ -84,6 +86,16 @@ const EffectCase kEffects[] = {
                                           {"Faux 3D Glasses", 2},
                                           {"Fading Film 3", kFieldModeFrame, 1.4587},
                                           {"Technicolor Divide", 1, 0.9}}),
+    Case<CImageMapper>("Image Mapper", {{"Apparition"},
+                                        {"Windswept Paper", 2},
+                                        {"Claw", kFieldModeFrame, 1.4587},
+                                        {"Off"},
+                                        {"Hirozintal Streaks"}}),
+    Case<PropHelper>("Proportion Helper", {{"Golden Spiral"},
+                                           {"Diagonals", 2},
+                                           {"Golden Triangles", kFieldModeFrame, 1.4587},
+                                           {"Rule of Thirds", 1, 0.9},
+                                           {"Spiral Sections"}}),
     Case<CRollingShutterFixer>("Rolling Shutter", {{"Reset to None"}}),
     Case<CSplitScreen>("Split Screen", {{"Red Laser"},
                                         {"Left Half"},

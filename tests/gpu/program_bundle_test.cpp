@@ -121,6 +121,23 @@ TEST_F(ProgramBundleTest, UnknownNamesAreSkippedAndKnownOnesTouched) {
   EXPECT_EQ(bundle.FindUniform("Texture1.vScale"), -1);
 }
 
+// A driver lists an array once, by its first element; the others are still its uniforms.
+TEST(ProgramBundle, ElementsOfAnArrayAreKnownByItsFirst) {
+  FakeProgram program({"dstQuad[0]", "Color"});
+  FakeServices services;
+  ProgramBundle bundle(true);
+  bundle.AttachProgram(&services, nullptr, &program);
+  bundle.BeginPass(4, 4);
+  EXPECT_EQ(bundle.FindUniform("dstQuad[3]"), bundle.FindUniform("dstQuad[0]"));
+  EXPECT_TRUE(bundle.SetVec2("dstQuad[2]", 1.0f, 2.0f));
+  EXPECT_EQ(program.Last("dstQuad[2]"), (std::vector<float>{1, 2}));
+  EXPECT_TRUE(bundle.SetVec4("Color", 1.0f, 2.0f, 3.0f, 4.0f));
+  EXPECT_EQ(program.Last("Color"), (std::vector<float>{1, 2, 3, 4}));
+  EXPECT_EQ(bundle.FindUniform("Color[1]"), -1);
+  EXPECT_EQ(bundle.FindUniform("other[1]"), -1);
+  EXPECT_FALSE(bundle.SetVec4("undeclared", 0.0f, 0.0f, 0.0f, 0.0f));
+}
+
 TEST(ProgramBundle, ProgramWithoutStandardUniformsGetsOnlyUse) {
   FakeProgram program({"own"});
   FakeServices services;
