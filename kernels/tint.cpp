@@ -227,6 +227,43 @@ void MixRun(const uint8_t* pa, const uint8_t* pb, const uint8_t* pm, uint8_t* ou
   }
 }
 
+// The same on floats, t from a one-float mask, limited to 1 from above.
+void MixRun(const float* pa, const float* pb, const float* pm, float* out, int32_t count) {
+  for (int32_t x = 0; x < count; ++x) {
+    const float t = pm[x];
+    for (int32_t c = 0; c < 4; ++c)
+      out[4 * x + c] = std::min(pa[4 * x + c] * t + pb[4 * x + c] * (1.0f - t), 1.0f);
+  }
+}
+
+// A mix by a one-channel mask of the samples' own type, in runs of whole pixels: dst's
+// alpha is saved before each run and put back after, and an input that is dst is copied
+// aside first, so that `run` meets inputs apart from its output and vectorises.
+template <typename T, typename Run>
+void MixInRuns(ConstImageView a, ConstImageView b, ConstImageView mask, ImageView dst, int32_t w,
+               int32_t h, int32_t alpha, Run run) {
+  constexpr int32_t kRun = 256;
+  T kept[kRun];
+  T aside[4 * kRun];
+  for (int32_t y = 0; y < h; ++y) {
+    for (int32_t x = 0; x < w; x += kRun) {
+      const int32_t count = std::min(kRun, w - x);
+      const auto bytes = static_cast<size_t>(4 * count) * sizeof(T);
+      T* out = dst.Row<T>(y) + 4 * x;
+      const T* pa = a.Row<const T>(y) + 4 * x;
+      const T* pb = b.Row<const T>(y) + 4 * x;
+      const T* pm = mask.Row<const T>(y) + x;
+      if (pa == out) pa = static_cast<const T*>(std::memcpy(aside, pa, bytes));
+      if (pb == out) pb = static_cast<const T*>(std::memcpy(aside, pb, bytes));
+      for (int32_t i = 0; i < count; ++i)
+        kept[i] = out[4 * i + alpha];
+      run(pa, pb, pm, out, count);
+      for (int32_t i = 0; i < count; ++i)
+        out[4 * i + alpha] = kept[i];
+    }
+  }
+}
+
 }  // namespace
 
 Status Mix8u_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_t maskStep,
@@ -237,31 +274,10 @@ Status Mix8u_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_t
   const int32_t w = Extent({a.width, b.width, dst.width, mask.width});
   const int32_t h = Extent({a.height, b.height, dst.height, mask.height});
   if (maskStep == 1) {
-    // Runs of pixels mixed whole, dst's alpha saved before and put back after.
-    constexpr int32_t kRun = 256;
-    uint8_t kept[kRun];
-    uint8_t aside[4 * kRun];
-    for (int32_t y = 0; y < h; ++y) {
-      for (int32_t x = 0; x < w; x += kRun) {
-        const int32_t count = std::min(kRun, w - x);
-        uint8_t* out = dst.Row(y) + 4 * x;
-        for (int32_t i = 0; i < count; ++i)
-          kept[i] = out[4 * i + alpha];
-        const uint8_t* pa = a.Row(y) + 4 * x;
-        const uint8_t* pb = b.Row(y) + 4 * x;
-        const uint8_t* pm = mask.Row(y) + x;
-        // The loop vectorises only for inputs apart from dst: a run that is dst is
-        // copied aside first.
-        if (pa == out) pa = static_cast<const uint8_t*>(std::memcpy(aside, pa, 4 * count));
-        if (pb == out) pb = static_cast<const uint8_t*>(std::memcpy(aside, pb, 4 * count));
-        if (divide == MixDivide::kShift8) {
-          MixRun<true>(pa, pb, pm, out, count);
-        } else {
-          MixRun<false>(pa, pb, pm, out, count);
-        }
-        for (int32_t i = 0; i < count; ++i)
-          out[4 * i + alpha] = kept[i];
-      }
+    if (divide == MixDivide::kShift8) {
+      MixInRuns<uint8_t>(a, b, mask, dst, w, h, alpha, MixRun<true>);
+    } else {
+      MixInRuns<uint8_t>(a, b, mask, dst, w, h, alpha, MixRun<false>);
     }
     return kOk;
   }
@@ -299,31 +315,9 @@ Status Mix32f_C4(ConstImageView a, ConstImageView b, ConstImageView mask, int32_
   const int32_t w = Extent({a.width, b.width, dst.width, mask.width});
   const int32_t h = Extent({a.height, b.height, dst.height, mask.height});
   if (maskStep == 4) {
-    // Runs of whole pixels as for bytes: dst's alpha saved and put back, and an input that
-    // is dst copied aside, so that the loop vectorises.
-    constexpr int32_t kRun = 256;
-    float kept[kRun];
-    float aside[4 * kRun];
-    for (int32_t y = 0; y < h; ++y) {
-      for (int32_t x = 0; x < w; x += kRun) {
-        const int32_t count = std::min(kRun, w - x);
-        float* out = dst.Row<float>(y) + 4 * x;
-        const float* pa = a.Row<const float>(y) + 4 * x;
-        const float* pb = b.Row<const float>(y) + 4 * x;
-        const float* pm = mask.Row<const float>(y) + x;
-        if (pa == out) pa = static_cast<const float*>(std::memcpy(aside, pa, 16 * count));
-        if (pb == out) pb = static_cast<const float*>(std::memcpy(aside, pb, 16 * count));
-        for (int32_t i = 0; i < count; ++i)
-          kept[i] = out[4 * i + alpha];
-        for (int32_t i = 0; i < count; ++i) {
-          const float t = pm[i];
-          for (int32_t c = 0; c < 4; ++c)
-            out[4 * i + c] = std::min(pa[4 * i + c] * t + pb[4 * i + c] * (1.0f - t), 1.0f);
-        }
-        for (int32_t i = 0; i < count; ++i)
-          out[4 * i + alpha] = kept[i];
-      }
-    }
+    const auto run = [](const float* pa, const float* pb, const float* pm, float* out,
+                        int32_t count) { MixRun(pa, pb, pm, out, count); };
+    MixInRuns<float>(a, b, mask, dst, w, h, alpha, run);
     return kOk;
   }
   for (int32_t y = 0; y < h; ++y) {
