@@ -7,6 +7,7 @@
 
 #include "core/frame_buffer.h"
 #include "core/render_setup.h"
+#include "kernels/colour_run.h"
 #include "kernels/copy.h"
 #include "kernels/filter_gauss.h"
 #include "kernels/neighbour_match.h"
@@ -48,12 +49,14 @@ class StepSearch {
  public:
   using Tolerance = std::conditional_t<std::is_same_v<T, uint8_t>, int32_t, float>;
 
-  // masks: each pixel's matches with its neighbours (kernels/neighbour_match.h), width by
-  // height of them, maskPitch apart; null to compare colours instead.
-  StepSearch(const FrameBuffer& bordered, const FrameBuffer& dst, int32_t width, int32_t height,
-             const PixelLayout& layout, Tolerance tolerance, bool showChanged, bool softenLines,
-             const uint16_t* masks, ptrdiff_t maskPitch)
+  // columns: the picture transposed, column x as row x. masks: each pixel's matches with
+  // its neighbours (kernels/neighbour_match.h), width by height of them, maskPitch apart;
+  // null to compare colours instead.
+  StepSearch(const FrameBuffer& bordered, const FrameBuffer& columns, const FrameBuffer& dst,
+             int32_t width, int32_t height, const PixelLayout& layout, Tolerance tolerance,
+             bool showChanged, bool softenLines, const uint16_t* masks, ptrdiff_t maskPitch)
       : bordered_(bordered),
+        columns_(columns),
         dst_(dst),
         width_(width),
         height_(height),
@@ -70,9 +73,19 @@ class StepSearch {
     running_ = {};
     runningKnown_ = false;
     // Down the columns: outer is x, inner is y.
-    Walk(width_, height_, [](int32_t outer, int32_t inner) { return Point{outer, inner}; });
+    Walk(
+        width_, height_,
+        [](int32_t outer, int32_t inner) {
+          return Point{outer, inner};
+        },
+        [&](int32_t outer) { return columns_.Row<const T>(outer); });
     // Along the rows: outer is y, inner is x.
-    Walk(height_, width_, [](int32_t outer, int32_t inner) { return Point{inner, outer}; });
+    Walk(
+        height_, width_,
+        [](int32_t outer, int32_t inner) {
+          return Point{inner, outer};
+        },
+        [&](int32_t outer) { return bordered_.Row<const T>(outer + kBorder) + 4 * kBorder; });
   }
 
  private:
@@ -163,6 +176,21 @@ class StepSearch {
     runningAt_ = p;
     runningKnown_ = true;
   }
+  // How many of the count pixels from px along the centre lane match the running colour.
+  int32_t RunLength(const T* px, int32_t count) const {
+    const kernels::ColourPositions at{channel_[2], channel_[1], channel_[0]};
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      kernels::RunColour8u colour{{}, tolerance_};
+      for (int i = 0; i < 3; ++i)
+        colour.channels[channel_[i]] = running_.c[i];
+      return kernels::ColourRunLength8u_C4(px, count, at, colour);
+    } else {
+      kernels::RunColour32f colour{{}, tolerance_};
+      for (int i = 0; i < 3; ++i)
+        colour.channels[channel_[i]] = running_.c[i];
+      return kernels::ColourRunLength32f_C4(px, count, at, colour);
+    }
+  }
 
   // Magenta when changes are shown, else the blurred colour of the source.
   void Mark(Point p) const {
@@ -184,15 +212,20 @@ class StepSearch {
   }
 
   // One pass. `at` maps (outer, inner) to the image; the pattern's three lanes lie at
-  // outer - 1, outer and outer + 1, and run from inner - 3 to inner + 2.
-  template <typename Map>
-  void Walk(int32_t outerExtent, int32_t innerExtent, Map at) {
+  // outer - 1, outer and outer + 1, and run from inner - 3 to inner + 2. `line` gives the
+  // centre lane's pixels side by side in memory, from inner 0.
+  template <typename Map, typename Line>
+  void Walk(int32_t outerExtent, int32_t innerExtent, Map at, Line line) {
+    const int32_t end = innerExtent - 3;
     for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
-      for (int32_t inner = 3; inner < innerExtent - 3;) {
+      const T* centre = line(outer);
+      for (int32_t inner = 3; inner < end;) {
         const Point here = at(outer, inner);
-        // Most pixels match the running colour: a direct comparison settles them.
-        if (Matches(Source(here), running_)) {
-          ++inner;
+        // Most pixels match the running colour, which changes only where one does not: a
+        // direct comparison settles the first, and a scan of the lane those after it.
+        const T* px = centre + 4 * static_cast<ptrdiff_t>(inner);
+        if (Matches({{px[channel_[0]], px[channel_[1]], px[channel_[2]]}}, running_)) {
+          inner += 1 + RunLength(px + 4, end - inner - 1);
           continue;
         }
         // A flag is set where a pixel differs from its reference: the running colour for
@@ -247,6 +280,7 @@ class StepSearch {
   }
 
   const FrameBuffer& bordered_;
+  const FrameBuffer& columns_;
   const FrameBuffer& dst_;
   int32_t width_;
   int32_t height_;
@@ -315,6 +349,12 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
   const kernels::ConstImageView inner =
       bordered.View().Sub(kBorder, kBorder, width, height, src.pixelBytes);
   if (kernels::CopyPixels(inner, dst.View(), src.pixelBytes) != kernels::kOk) return false;
+  // The column pass reads its centre lane along memory from a transposed copy.
+  FrameBuffer columns;
+  if (!columns.Allocate(height, width, src.pixelBytes, &setup.memory(), src.format, false) ||
+      kernels::TransposePixels(inner, columns.View(), src.pixelBytes) != kernels::kOk) {
+    return false;
+  }
   // Floats compare on their own scale: the byte threshold over 255.
   typename StepSearch<T>::Tolerance tolerance = threshold;
   if constexpr (std::is_same_v<T, float>) tolerance = static_cast<float>(threshold) * 0.003921569f;
@@ -341,8 +381,8 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
                                              maskPitch);
     if (matched != kernels::kOk) return false;
   }
-  StepSearch<T>(bordered, dst, width, height, layout, tolerance, showChanged, softenLines, maskBits,
-                maskPitch)
+  StepSearch<T>(bordered, columns, dst, width, height, layout, tolerance, showChanged, softenLines,
+                maskBits, maskPitch)
       .Run();
   return true;
 }

@@ -19,7 +19,51 @@ void RepeatPixel(uint8_t* to, const uint8_t* pixel, int32_t count, int32_t pixel
   }
 }
 
+// Square tiles small enough that a tile's source and destination rows stay in the
+// first-level cache while it is turned.
+template <size_t kPixelBytes>
+void TransposeTiles(ConstImageView src, ImageView dst, int32_t width, int32_t height) {
+  constexpr int32_t kTile = kPixelBytes > 4 ? 8 : 16;
+  for (int32_t y0 = 0; y0 < height; y0 += kTile) {
+    const int32_t y1 = std::min(height, y0 + kTile);
+    for (int32_t x0 = 0; x0 < width; x0 += kTile) {
+      const int32_t x1 = std::min(width, x0 + kTile);
+      for (int32_t x = x0; x < x1; ++x) {
+        uint8_t* to = dst.Row(x);
+        const uint8_t* from = src.data + static_cast<ptrdiff_t>(x) * kPixelBytes;
+        for (int32_t y = y0; y < y1; ++y) {
+          std::memcpy(to + static_cast<ptrdiff_t>(y) * kPixelBytes, from + y * src.pitch,
+                      kPixelBytes);
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
+
+Status TransposePixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (pixelBytes < 1) return kBadSize;
+  const int32_t width = std::min(src.width, dst.height);
+  const int32_t height = std::min(src.height, dst.width);
+  switch (pixelBytes) {
+    case 4:
+      TransposeTiles<4>(src, dst, width, height);
+      break;
+    case 16:
+      TransposeTiles<16>(src, dst, width, height);
+      break;
+    default:
+      for (int32_t y = 0; y < height; ++y) {
+        for (int32_t x = 0; x < width; ++x) {
+          std::memcpy(dst.Row(x) + static_cast<ptrdiff_t>(y) * pixelBytes,
+                      src.Row(y) + static_cast<ptrdiff_t>(x) * pixelBytes, pixelBytes);
+        }
+      }
+  }
+  return kOk;
+}
 
 Status CopyPixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;

@@ -20,6 +20,11 @@ Status ReplicateBorder(ImageView frame, int32_t pixelBytes, int32_t left, int32_
 Status CopyWithBorder(ConstImageView src, ImageView dst, int32_t pixelBytes, int32_t left,
                       int32_t top);
 
+// Writes pixel x of row y of src as pixel y of row x of dst, over the src extent that
+// dst's transposed extent holds: columns become rows, for walks down columns that read
+// along memory.
+Status TransposePixels(ConstImageView src, ImageView dst, int32_t pixelBytes);
+
 // Sets every byte of the view's pixels to zero.
 Status ClearPixels(ImageView frame, int32_t pixelBytes);
 

@@ -1,5 +1,6 @@
-// The channel grade, the composite through a mask and the neighbour matches on every code
-// path, against the formulas written out here, on odd widths and in both channel orders.
+// The channel grade, the composite through a mask, the neighbour matches and the colour
+// runs on every code path, against the formulas written out here, on odd widths and in
+// both channel orders.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,7 +11,9 @@
 
 #include "common/kernel_variants.h"
 #include "kernels/channel_grade.h"
+#include "kernels/colour_run.h"
 #include "kernels/composite.h"
+#include "kernels/copy.h"
 #include "kernels/neighbour_match.h"
 
 namespace vitrella::kernels {
@@ -198,6 +201,77 @@ TEST_P(GradeAndMask, NeighbourMatchesAreTheComparisonsOfEachPair) {
               << "tolerance " << tolerance << " at " << x << "," << y;
           ASSERT_EQ(fromFloats[i], expected(floats.data(), static_cast<float>(tolerance) / 255.0f))
               << "tolerance " << tolerance << " at " << x << "," << y;
+        }
+      }
+    }
+  }
+}
+
+// A run ends at the first pixel beyond the tolerance in any colour channel, whichever
+// vector lane it falls in; alpha never ends it, and a NaN always does.
+TEST_P(GradeAndMask, ColourRunsEndAtTheFirstPixelBeyondTheTolerance) {
+  constexpr int32_t kCount = 53;
+  std::mt19937 random(4);
+  for (ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
+    const int32_t alpha = 6 - at.blue - at.green - at.red;
+    for (int32_t tolerance : {0, 7, 60}) {
+      for (int32_t end = 0; end <= kCount; ++end) {
+        // Pixels within the tolerance up to `end`, wild alpha throughout; pixel `end`
+        // beyond it in one channel, chosen in turn, above or below.
+        const RunColour8u colour{{90, 140, 200, 10}, tolerance};
+        std::vector<uint8_t> bytes(4 * kCount);
+        for (int32_t i = 0; i < kCount; ++i) {
+          for (int32_t c = 0; c < 4; ++c) {
+            const int32_t offset = static_cast<int32_t>(random() % (tolerance + 1));
+            bytes[4 * i + c] =
+                static_cast<uint8_t>(colour.channels[c] + (i % 2 != 0 ? offset : -offset));
+          }
+          bytes[4 * i + alpha] = static_cast<uint8_t>(random());
+        }
+        const int32_t channel = std::vector<int32_t>{at.blue, at.green, at.red}[end % 3];
+        const int32_t value = colour.channels[channel];
+        const int32_t step = tolerance + 1;
+        if (end < kCount) {
+          const bool up = end % 2 != 0 ? value + step <= 255 : value - step < 0;
+          bytes[4 * end + channel] = static_cast<uint8_t>(up ? value + step : value - step);
+        }
+        std::vector<float> floats(bytes.begin(), bytes.end());
+        const RunColour32f floatColour{{90, 140, 200, 10}, static_cast<float>(tolerance)};
+        EXPECT_EQ(ColourRunLength8u_C4(bytes.data(), kCount, at, colour), end) << tolerance;
+        EXPECT_EQ(ColourRunLength32f_C4(floats.data(), kCount, at, floatColour), end) << tolerance;
+        if (end < kCount) {
+          floats[4 * end + channel] = std::numeric_limits<float>::quiet_NaN();
+          EXPECT_EQ(ColourRunLength32f_C4(floats.data(), kCount, at, floatColour), end);
+        }
+      }
+    }
+  }
+  const RunColour8u any{{}, 255};
+  const std::vector<uint8_t> bytes = RandomBytes(16, 1);
+  EXPECT_EQ(ColourRunLength8u_C4(nullptr, 4, {}, any), 0);
+  EXPECT_EQ(ColourRunLength8u_C4(bytes.data(), 0, {}, any), 0);
+  EXPECT_EQ(ColourRunLength8u_C4(bytes.data(), 4, {0, 0, 2}, any), 0);
+  EXPECT_EQ(ColourRunLength8u_C4(bytes.data(), 4, {}, any), 4);
+}
+
+// Columns become rows, for pixels of four and sixteen bytes, on tiles cut at odd edges.
+TEST_P(GradeAndMask, TransposesPixelsOfEverySize) {
+  for (int32_t pixelBytes : {4, 16, 3}) {
+    constexpr int32_t kW = 37;
+    constexpr int32_t kH = 19;
+    std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(kW) * kH * pixelBytes, 5);
+    std::vector<uint8_t> dst(static_cast<size_t>(kW) * (kH + 1) * pixelBytes, 0xAB);
+    ASSERT_EQ(TransposePixels(View(src, kW, kH, pixelBytes), View(dst, kH + 1, kW, pixelBytes),
+                              pixelBytes),
+              kOk);
+    for (int32_t y = 0; y < kH + 1; ++y) {
+      for (int32_t x = 0; x < kW; ++x) {
+        const uint8_t* got = &dst[(static_cast<size_t>(x) * (kH + 1) + y) * pixelBytes];
+        for (int32_t b = 0; b < pixelBytes; ++b) {
+          // The column past the source's height stays as it was.
+          const uint8_t want =
+              y < kH ? src[(static_cast<size_t>(y) * kW + x) * pixelBytes + b] : uint8_t{0xAB};
+          ASSERT_EQ(got[b], want) << pixelBytes << " bytes, " << x << "," << y;
         }
       }
     }
