@@ -218,7 +218,7 @@ TEST_P(GradeAndMask, ColourRunsEndAtTheFirstPixelBeyondTheTolerance) {
       for (int32_t end = 0; end <= kCount; ++end) {
         // Pixels within the tolerance up to `end`, wild alpha throughout; pixel `end`
         // beyond it in one channel, chosen in turn, above or below.
-        const RunColour8u colour{{90, 140, 200, 10}, tolerance};
+        const RunColour8u colour{{90, 140, 180, 100}, tolerance};
         std::vector<uint8_t> bytes(4 * kCount);
         for (int32_t i = 0; i < kCount; ++i) {
           for (int32_t c = 0; c < 4; ++c) {
@@ -236,7 +236,7 @@ TEST_P(GradeAndMask, ColourRunsEndAtTheFirstPixelBeyondTheTolerance) {
           bytes[4 * end + channel] = static_cast<uint8_t>(up ? value + step : value - step);
         }
         std::vector<float> floats(bytes.begin(), bytes.end());
-        const RunColour32f floatColour{{90, 140, 200, 10}, static_cast<float>(tolerance)};
+        const RunColour32f floatColour{{90, 140, 180, 100}, static_cast<float>(tolerance)};
         EXPECT_EQ(ColourRunLength8u_C4(bytes.data(), kCount, at, colour), end) << tolerance;
         EXPECT_EQ(ColourRunLength32f_C4(floats.data(), kCount, at, floatColour), end) << tolerance;
         if (end < kCount) {
