@@ -4,6 +4,8 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <cstring>
+
 #include "kernels/warp_quad_hwy.h"
 #include "kernels/warp_quad_pixel.h"
 
@@ -110,6 +112,12 @@ void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32
     };
     // The last vector of a row may reach past its end: its extra lanes sample positions
     // clamped into the source like any other, and are not stored.
+    // Gathers of four single taps cost more than two scalar loads of two taps each on some
+    // processors; a source of one column has no pair to load.
+    const bool pairs = s.width > 1;
+    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(int32_t);
+    HWY_ALIGN int32_t offsets[2 * kMaxLanes];
+    HWY_ALIGN int32_t taps[4 * kMaxLanes];
     const auto store = [&](hn::Vec<decltype(di)> pixels, int32_t at) {
       int32_t* out = reinterpret_cast<int32_t*>(base + static_cast<ptrdiff_t>(at) * 4);
       if (at + lanes <= end) {
@@ -133,14 +141,35 @@ void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32
       const auto y = hn::ConvertTo(di, fv);
       const auto wx = weight(hn::Sub(p.u, fu));
       const auto wy = weight(hn::Sub(p.v, fv));
-      const auto stepX = hn::IfThenElseZero(x < lastX, hn::Set(di, 4));
       const auto stepY = hn::IfThenElseZero(y < lastY, pitch);
-      const auto o00 = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
-      const auto o10 = hn::Add(o00, stepY);
-      const auto p00 = hn::GatherOffset(di, words, o00);
-      const auto p01 = hn::GatherOffset(di, words, hn::Add(o00, stepX));
-      const auto p10 = hn::GatherOffset(di, words, o10);
-      const auto p11 = hn::GatherOffset(di, words, hn::Add(o10, stepX));
+      hn::Vec<decltype(di)> p00, p01, p10, p11;
+      if (pairs) {
+        // The two taps of a row side by side in one 64-bit load: at x and x + 1, or at
+        // x - 1 and x on the last column, where both taps are x.
+        const auto inside = x < lastX;
+        const auto o00 = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
+        const auto pair = hn::Sub(o00, hn::IfThenZeroElse(inside, hn::Set(di, 4)));
+        hn::Store(pair, di, offsets);
+        hn::Store(hn::Add(pair, stepY), di, offsets + lanes);
+        for (int32_t j = 0; j < 2 * lanes; ++j)
+          std::memcpy(taps + 2 * j, s.origin + offsets[j], 8);
+        const auto t0 = hn::Load(di, taps);
+        const auto t1 = hn::Load(di, taps + lanes);
+        const auto b0 = hn::Load(di, taps + 2 * lanes);
+        const auto b1 = hn::Load(di, taps + 3 * lanes);
+        p01 = hn::ConcatOdd(di, t1, t0);
+        p11 = hn::ConcatOdd(di, b1, b0);
+        p00 = hn::IfThenElse(inside, hn::ConcatEven(di, t1, t0), p01);
+        p10 = hn::IfThenElse(inside, hn::ConcatEven(di, b1, b0), p11);
+      } else {
+        const auto stepX = hn::IfThenElseZero(x < lastX, hn::Set(di, 4));
+        const auto o00 = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
+        const auto o10 = hn::Add(o00, stepY);
+        p00 = hn::GatherOffset(di, words, o00);
+        p01 = hn::GatherOffset(di, words, hn::Add(o00, stepX));
+        p10 = hn::GatherOffset(di, words, o10);
+        p11 = hn::GatherOffset(di, words, hn::Add(o10, stepX));
+      }
       const auto c02 = BilinearFixed(d16, even(p00), even(p01), even(p10), even(p11), wx, wy);
       const auto c13 = BilinearFixed(d16, odd(p00), odd(p01), odd(p10), odd(p11), wx, wy);
       store(hn::Or(hn::BitCast(di, c02), hn::ShiftLeft<8>(hn::BitCast(di, c13))), i);
