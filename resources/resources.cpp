@@ -43,7 +43,8 @@ std::array<uint32_t, kLogoSize * kLogoSize> DrawLogo() {
       const float distance = std::fmin(SegmentDistance(px, py, 22, 20, 48, 76),
                                        SegmentDistance(px, py, 74, 20, 48, 76));
       const float cover = std::fmin(1.0f, std::fmax(0.0f, kHalfStroke + 0.5f - distance));
-      pixels[static_cast<size_t>(y * kLogoSize + x)] = Mix(ground, 0xFFFFFF, cover);
+      pixels[static_cast<size_t>(y) * kLogoSize + static_cast<size_t>(x)] =
+          Mix(ground, 0xFFFFFF, cover);
     }
   }
   return pixels;
