@@ -64,6 +64,9 @@ class HelperProcess {
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    // The host's own descriptors (pipes, sockets) stay with the host, so that a helper never
+    // keeps one of them open.
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     std::string program = path;
     char* argv[] = {program.data(), nullptr};
     const int spawned = posix_spawn(&child_, path.c_str(), &actions, nullptr, argv, environ);
