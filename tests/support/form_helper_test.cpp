@@ -36,6 +36,7 @@
 // Last: Xlib's macros (None, Bool, Status...) would clash with the headers above.
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/keysym.h>
 
 extern char** environ;
 
@@ -379,36 +380,54 @@ bool XvfbInstalled() {
   return false;
 }
 
-// The helper's top-level window once it has drawn the form of that template.
+// The helper's top-level window that shows the form of that template; 0 for none.
 Window DrawnForm(Display* display, long templateId) {
   const Atom drawn = XInternAtom(display, formhelper::kDrawnProperty, False);
+  Window root = 0;
+  Window parent = 0;
+  Window* children = nullptr;
+  unsigned count = 0;
+  Window found = 0;
+  if (XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count)) {
+    for (unsigned i = 0; i < count && found == 0; ++i) {
+      Atom type = 0;
+      int format = 0;
+      unsigned long items = 0;
+      unsigned long after = 0;
+      unsigned char* value = nullptr;
+      if (XGetWindowProperty(display, children[i], drawn, 0, 1, False, AnyPropertyType, &type,
+                             &format, &items, &after, &value) == Success &&
+          value != nullptr) {
+        if (items == 1 && *reinterpret_cast<long*>(value) == templateId) found = children[i];
+        XFree(value);
+      }
+    }
+    if (children != nullptr) XFree(children);
+  }
+  return found;
+}
+
+// Waits up to 10 s for the form's window to show (or, with shown false, to go).
+Window AwaitForm(Display* display, long templateId, bool shown) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (std::chrono::steady_clock::now() < deadline) {
-    Window root = 0;
-    Window parent = 0;
-    Window* children = nullptr;
-    unsigned count = 0;
-    Window found = 0;
-    if (XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count)) {
-      for (unsigned i = 0; i < count && found == 0; ++i) {
-        Atom type = 0;
-        int format = 0;
-        unsigned long items = 0;
-        unsigned long after = 0;
-        unsigned char* value = nullptr;
-        if (XGetWindowProperty(display, children[i], drawn, 0, 1, False, AnyPropertyType, &type,
-                               &format, &items, &after, &value) == Success &&
-            value != nullptr) {
-          if (items == 1 && *reinterpret_cast<long*>(value) == templateId) found = children[i];
-          XFree(value);
-        }
-      }
-      if (children != nullptr) XFree(children);
-    }
-    if (found != 0) return found;
+    const Window window = DrawnForm(display, templateId);
+    if ((window != 0) == shown) return window;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
-  return 0;
+  return shown ? 0 : DrawnForm(display, templateId);
+}
+
+void PressKey(Display* display, Window window, KeySym key) {
+  XEvent event{};
+  event.xkey.type = KeyPress;
+  event.xkey.display = display;
+  event.xkey.window = window;
+  event.xkey.root = DefaultRootWindow(display);
+  event.xkey.keycode = XKeysymToKeycode(display, key);
+  event.xkey.same_screen = True;
+  XSendEvent(display, window, False, KeyPressMask, &event);
+  XFlush(display);
 }
 
 void Click(Display* display, Window window, int x, int y) {
@@ -428,7 +447,7 @@ void Click(Display* display, Window window, int x, int y) {
   XFlush(display);
 }
 
-TEST(DesktopOptionsTest, OnXvfbTheVisibleRowsStandWhereTheLayoutPutsThem) {
+TEST(DesktopOptionsTest, OnXvfbTheRowsStandWhereTheLayoutPutsThemAndOkAndEscapeWork) {
   if (!XvfbInstalled()) GTEST_SKIP() << "Xvfb is not installed";
   auto server = std::make_unique<Xvfb>();
   ASSERT_FALSE(server->Name().empty()) << "Xvfb did not start within 10 s";
@@ -465,7 +484,9 @@ TEST(DesktopOptionsTest, OnXvfbTheVisibleRowsStandWhereTheLayoutPutsThem) {
 
   Display* display = XOpenDisplay(server->Name().c_str());
   ASSERT_NE(display, nullptr);
-  const Window window = DrawnForm(display, options::kOptionsTemplate);
+  // A window that goes while the test looks at it is no reason to end the test program.
+  const XErrorHandler previousHandler = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+  const Window window = AwaitForm(display, options::kOptionsTemplate, true);
   ASSERT_NE(window, 0u) << "the helper drew no options dialog within 10 s";
   XWindowAttributes attributes{};
   XGetWindowAttributes(display, window, &attributes);
@@ -567,6 +588,24 @@ TEST(DesktopOptionsTest, OnXvfbTheVisibleRowsStandWhereTheLayoutPutsThem) {
       platform::ReadSetting(CSharedServices::CollectionSection().SafeData(), "Forced CPU").text,
       "yes");
   EXPECT_TRUE(platform::ShownForms().back().desktop);
+
+  // Opened again, Escape cancels: nothing is stored.
+  ASSERT_EQ(AwaitForm(display, options::kOptionsTemplate, false), 0u);
+  const std::string before = testing::TempConfig::ReadFile(config.UserFile());
+  closed = std::async(std::launch::async,
+                      [&services] { return services.ShowOptions(nullptr, nullptr); });
+  const Window again = AwaitForm(display, options::kOptionsTemplate, true);
+  ASSERT_NE(again, 0u);
+  Click(display, again, forced.x + 6, forced.y + forced.height / 2);
+  PressKey(display, again, XK_Escape);
+  if (closed.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
+    ADD_FAILURE() << "the dialog did not close on Escape";
+    server.reset();
+  }
+  EXPECT_EQ(closed.get(), 0);
+  EXPECT_TRUE(platform::ShownForms().back().desktop);
+  EXPECT_EQ(testing::TempConfig::ReadFile(config.UserFile()), before);
+  XSetErrorHandler(previousHandler);
   XCloseDisplay(display);
   platform::FreeModule(library);
 }
