@@ -574,7 +574,10 @@ setting at once in ~/.config/corvane/settings.ini ($XDG_CONFIG_HOME when set), w
 later process reads it; Cancel stores nothing. It prints how the dialog closed and the
 settings the library holds afterwards.
 
-The dialog runs headless for now, on a desktop too: its steps come from
+On a desktop ($DISPLAY set) the dialog shows in a window of its own, drawn by
+VitrellaFormHelper beside the library ($VITRELLA_FORM_HELPER names another); Return
+presses OK and Escape Cancel. With VITRELLA_UI=headless, without a display, or when the
+helper cannot show it, the dialog runs headless: its steps come from
 VITRELLA_UI_FORM, separated by blanks or commas, "ID=on" or "ID=off" for a check box
 and "ID" for a button, as in VITRELLA_UI_FORM="230=on 1036=off 1". Without steps it
 closes as Cancel. Check boxes: 230 knobs, 233 key frames, 231 crop overscan, 1015 forced

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/ui_form.h"
 #include "platform/ui_script.h"
 
 namespace vitrella::platform::ui_detail {
@@ -24,6 +25,9 @@ std::vector<std::u16string> FilterTexts(const char16_t* filter);
 // The path with "." and the extension added when its file name has no dot of its own.
 std::u16string WithDefaultExtension(std::u16string path, const char16_t* extension);
 
+// Whether the desktop backend is asked for and a display is there; read at each call.
+bool DesktopWanted();
+
 // The desktop backend. Each answers nothing when zenity could not be run, so that the
 // caller falls back to the headless answer.
 bool DesktopAvailable();
@@ -32,5 +36,8 @@ std::optional<int> DesktopMessageBox(const ShownBox& box);
 // the user cancelled.
 std::optional<std::optional<std::u16string>> DesktopFileDialog(const ShownDialog& dialog,
                                                                const std::u16string& start);
+// The form through the form helper: the command that closed it, or nothing when the
+// helper could not show it, which leaves the form to the headless script.
+std::optional<int32_t> DesktopRunForm(Form& form, const FormCommand& onCommand);
 
 }  // namespace vitrella::platform::ui_detail

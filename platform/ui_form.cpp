@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "platform/text.h"
+#include "platform/ui_backends.h"
 #include "vitrella/headless_ui.h"
 
 namespace vitrella::platform {
@@ -97,7 +98,15 @@ int32_t RunForm(WindowHandle /*owner*/, Form& form, const FormCommand& onCommand
     if (control.visible) shown.visible.push_back(control.id);
   }
   shown.result = kFormCancel;
-  while (const std::optional<Step> step = NextStep()) {
+  std::optional<int32_t> desktop;
+  if (ui_detail::DesktopWanted()) desktop = ui_detail::DesktopRunForm(form, onCommand);
+  if (desktop) {
+    shown.result = *desktop;
+    shown.desktop = true;
+  }
+  while (!desktop) {
+    const std::optional<Step> step = NextStep();
+    if (!step) break;
     FormControl* control = form.Find(step->id);
     if (control == nullptr || !control->visible) continue;
     if (step->check) {

@@ -8,6 +8,7 @@
 #include "platform/text.h"
 #include "platform/ui.h"
 #include "platform/ui_form.h"
+#include "resources/resource_exports.h"
 #include "support/common_settings.h"
 #include "support/help_address.h"
 #include "support/options_dialog.h"
@@ -25,6 +26,18 @@ bool IsRealHost(const KZString& name) {
 
 KZString ReadStrict(const KZString& section, const char* name) {
   return KZString(platform::ReadSetting(section.SafeData(), name).text.c_str());
+}
+
+// A bitmap of the resource module, copied out of it; null when it has none of that number.
+std::shared_ptr<const platform::Bitmap> LoadBitmap(platform::ModuleHandle module, int32_t id) {
+  const auto load = reinterpret_cast<resources::BitmapExport>(
+      platform::FindSymbol(module, resources::kBitmapExport));
+  if (load == nullptr) return nullptr;
+  auto bitmap = std::make_shared<platform::Bitmap>();
+  const uint32_t* pixels = load(id, &bitmap->width, &bitmap->height);
+  if (pixels == nullptr || bitmap->width <= 0 || bitmap->height <= 0) return nullptr;
+  bitmap->pixels.assign(pixels, pixels + static_cast<size_t>(bitmap->width) * bitmap->height);
+  return bitmap;
 }
 
 template <typename Char>
@@ -107,8 +120,8 @@ bool CSharedServices::Initialise(void* module, IEffectLibrary* library, const ch
     platform::ShowMessageBox(platform::ForegroundWindow(), resources.SafeData(),
                              kResourcesMissingTitle, platform::kBoxOk);
   }
-  // The options dialog's logo and the GPU crash report of the last run come with the
-  // desktop dialog and the GPU monitor.
+  logo_ = LoadBitmap(resourceModule_, resources::kLogoBitmap);
+  // The GPU crash report of the last run comes with the GPU monitor.
   ReadSettings();
   translator_.SetContext(nullptr, language);
   return true;
@@ -273,7 +286,11 @@ int32_t CSharedServices::RunOptionsDialog(WindowHandle parent) {
   label(kCancelButton, Translated(text::kCancel, nullptr));
   label(kOkButton, Translated(text::kOk, nullptr));
   label(kHelpButton, Translated(text::kHelp, nullptr));
+  if (logo_ != nullptr) form.bitmaps[kLogo] = logo_;
 
+  // Another process (another collection's dialog, a crash report's answer) may have
+  // written the settings since they were read: the check boxes start from what is stored.
+  RefreshSettings();
   keyFramesAtOpen_ = keyFramesInsteadOfPresets_;
   const bool forcedCpuAllBefore = forcedCpuAll_;
   form.Find(kKnobs)->checked = knobsDragVertical_;

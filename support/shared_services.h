@@ -4,10 +4,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 
 #include "platform/module.h"
+#include "platform/ui_form.h"
 #include "support/kz_string.h"
 #include "support/kz_unicode_string.h"
 #include "support/translation_helper.h"
@@ -82,6 +84,9 @@ class CSharedServices final : public ISharedServices {
   uint32_t DialogOptions() const { return dialogOptions_; }
   uint32_t Build() const { return build_; }
   bool HasResources() const { return resourceModule_ != nullptr; }
+  // Bitmap 237 of the resource module, shown on the options dialog's logo button; null
+  // without the module.
+  const platform::Bitmap* Logo() const { return logo_.get(); }
 
   // A library being destroyed stops being the one that texts are looked up in.
   void ForgetLibrary(IEffectLibrary* library);
@@ -103,6 +108,7 @@ class CSharedServices final : public ISharedServices {
   std::mutex initLock_;
   platform::ModuleHandle module_ = nullptr;
   platform::ModuleHandle resourceModule_ = nullptr;
+  std::shared_ptr<const platform::Bitmap> logo_;
   IEffectLibrary* library_ = nullptr;  // not counted; see TranslatorScope
 
   bool knobsDragVertical_ = false;

@@ -12,13 +12,6 @@ namespace {
 
 using namespace ui_detail;
 
-// Read at every call, so that a batch host can switch between its commands.
-bool WantsDesktop() {
-  const char* backend = std::getenv(kUiBackendVariable);
-  if (backend != nullptr && std::string_view(backend) == kUiHeadless) return false;
-  return DesktopAvailable();
-}
-
 std::u16string TextOrEmpty(const char16_t* text) {
   return text != nullptr ? std::u16string(text) : std::u16string();
 }
@@ -43,7 +36,7 @@ bool ShowFileDialog(FileDialog& dialog, bool save) {
   }
 
   std::optional<std::optional<std::u16string>> desktop;
-  if (WantsDesktop()) desktop = DesktopFileDialog(shown, start);
+  if (DesktopWanted()) desktop = DesktopFileDialog(shown, start);
   shown.answer = desktop ? *desktop : HeadlessFileAnswer();
   if (shown.answer) {
     *shown.answer = WithDefaultExtension(std::move(*shown.answer), dialog.defaultExtension);
@@ -61,6 +54,13 @@ bool ShowFileDialog(FileDialog& dialog, bool save) {
 
 }  // namespace
 
+// Read at every call, so that a batch host can switch between its commands.
+bool ui_detail::DesktopWanted() {
+  const char* backend = std::getenv(kUiBackendVariable);
+  if (backend != nullptr && std::string_view(backend) == kUiHeadless) return false;
+  return DesktopAvailable();
+}
+
 WindowHandle ForegroundWindow() {
   // No window handles of other programs reach this side; boxes go to the desktop's top.
   return nullptr;
@@ -73,7 +73,7 @@ int ShowMessageBox(WindowHandle owner, const char16_t* text, const char16_t* tit
   box.title = TextOrEmpty(title);
   box.text = TextOrEmpty(text);
   std::optional<int> answer;
-  if (WantsDesktop()) answer = DesktopMessageBox(box);
+  if (DesktopWanted()) answer = DesktopMessageBox(box);
   box.answer = answer ? *answer : HeadlessBoxAnswer(type);
   Record(box);
   return box.answer;

@@ -216,6 +216,22 @@ TEST_F(OptionsDialogTest, CancelAndAnEndedScriptStoreNothing) {
   EXPECT_TRUE(platform::ShownBoxes().empty());
 }
 
+TEST_F(OptionsDialogTest, TheDialogOpensOnTheSettingsStoredNowByTheLooserRule) {
+  // Written by another process after the start; OK stores what the boxes showed.
+  platform::WriteSetting("Common", "Knobs Drag Vertical", "yes");
+  platform::WriteSetting("Common", "Crop Overscan", "yes");
+  platform::ScriptFormSteps("1");
+  EXPECT_EQ(services_.ShowOptions(nullptr, nullptr), 1);
+  EXPECT_TRUE(services_.GetKnobsDragVertical());
+  EXPECT_EQ(Setting("Common", "Knobs Drag Vertical"), "yes");
+  // "YES" has no lower-case y: the refresh reads it as no, and OK stores that.
+  platform::WriteSetting("Common", "Crop Overscan", "YES");
+  platform::ScriptFormSteps("1");
+  EXPECT_EQ(services_.ShowOptions(nullptr, nullptr), 1);
+  EXPECT_EQ(Setting("Common", "Crop Overscan"), "no");
+  EXPECT_TRUE(platform::ShownBoxes().empty());
+}
+
 TEST_F(OptionsDialogTest, AHiddenRowTakesNoStepAndKeepsItsSetting) {
   platform::WriteSetting("Common", "Knobs Drag Vertical", "yes");
   services_.RefreshSettings();

@@ -79,6 +79,7 @@ TEST_F(SharedServicesTest, InitialiseTellsOnceOfMissingResourcesAndGoesOn) {
   // The test program stands for the library; no resource module stands beside it.
   ASSERT_TRUE(services.Initialise(platform::ThisModule(), nullptr, "de"));
   EXPECT_FALSE(services.HasResources());
+  EXPECT_EQ(services.Logo(), nullptr);
   ASSERT_TRUE(services.Initialise(platform::ThisModule(), nullptr, nullptr));
   const std::vector<platform::ShownBox> boxes = platform::ShownBoxes();
   ASSERT_EQ(boxes.size(), 1u);
@@ -97,6 +98,11 @@ TEST_F(SharedServicesTest, TheLibrarysResourceModuleIsFound) {
   ASSERT_TRUE(services.Initialise(library, nullptr, nullptr));
   EXPECT_TRUE(services.HasResources());
   EXPECT_TRUE(platform::ShownBoxes().empty());
+  // Bitmap 237, the options dialog's logo, copied out of the module.
+  ASSERT_NE(services.Logo(), nullptr);
+  EXPECT_EQ(services.Logo()->width, 96);
+  EXPECT_EQ(services.Logo()->height, 96);
+  EXPECT_EQ(services.Logo()->pixels.size(), 96u * 96u);
   WideChar name[64];
   EXPECT_EQ(services.GetModuleFileName(name, 64), 20u);
   EXPECT_EQ(std::u16string(name), u"Vitrella3OpenGL64.so");
