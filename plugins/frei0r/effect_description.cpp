@@ -160,7 +160,8 @@ std::unique_ptr<EffectDescription> DescribeEffect(IVideoEffect& effect, uint32_t
     MappedParam param;
     param.record = i;
     param.kind = info.kind;
-    param.choiceCount = info.kind == ParamChoice ? std::clamp(info.choiceCount, 1, kChoiceSlots) : 0;
+    param.choiceCount =
+        info.kind == ParamChoice ? std::clamp(info.choiceCount, 1, kChoiceSlots) : 0;
     param.explanation = Explanation(tip != nullptr ? tip : "", MappingText(info));
     description->params.push_back(std::move(param));
   }

@@ -22,7 +22,6 @@ int32_t FrameClock::Next(double time) {
     last_ = time;
     return frame_;
   }
-  if (time == last_) return frame_;
   const double step = time - last_;
   last_ = time;
   const bool jump = step < 0.0 || (step_ > 0.0 && step > kJumpRatio * step_);
@@ -30,7 +29,7 @@ int32_t FrameClock::Next(double time) {
     frame_ += kSeekGap;
   } else {
     frame_ += 1;
-    step_ = step;
+    if (step > 0.0) step_ = step;
   }
   if (frame_ >= kWrapAt) frame_ = 0;
   return frame_;

@@ -1,7 +1,8 @@
-// Frame numbers for a host that passes only a time. ffmpeg passes milliseconds and melt
-// seconds, so the time's unit is never used: successive updates count up by one, a time
-// seen again is the same frame, and a jump (backwards, or forwards by well over the usual
-// step) leaves a gap that no effect mistakes for the neighbouring frame.
+// Frame numbers for a host that passes only a time. ffmpeg passes milliseconds (or, for
+// frames without a timestamp, one meaningless time for all of them) and melt seconds, so
+// the time's unit and value are never used: successive updates count up by one, and a
+// jump (backwards, or forwards by well over the usual step: a seek) leaves a gap that no
+// effect mistakes for the neighbouring frame.
 #pragma once
 
 #include <cstdint>

@@ -35,8 +35,8 @@ HostFrame FrameRecord(const uint32_t* pixels, int32_t width, int32_t height) {
 
 }  // namespace
 
-PluginInstance* PluginInstance::Create(const EffectDescription& description,
-                                       IVideoEffect* effect, uint32_t width, uint32_t height) {
+PluginInstance* PluginInstance::Create(const EffectDescription& description, IVideoEffect* effect,
+                                       uint32_t width, uint32_t height) {
   if (effect == nullptr) return nullptr;
   if (width == 0 || height == 0 || width > kMaxFrameSide || height > kMaxFrameSide) {
     effect->Release();
