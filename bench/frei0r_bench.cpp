@@ -193,12 +193,12 @@ void ChannelSwap(benchmark::State& state) {
 
 void RegisterRows(const char* name, uint32_t index, const char* plugin) {
   const std::string row = std::string("Frei0r") + name + "_8u/";
-  benchmark::RegisterBenchmark((row + "direct").c_str(),
-                               [index](benchmark::State& state) { Direct(state, index); })
-      ->Unit(benchmark::kMillisecond);
-  benchmark::RegisterBenchmark((row + "frei0r").c_str(),
-                               [plugin](benchmark::State& state) { ThroughPlugin(state, plugin); })
-      ->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark((row + "direct").c_str(), [index](benchmark::State& state) {
+    Direct(state, index);
+  })->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark((row + "frei0r").c_str(), [plugin](benchmark::State& state) {
+    ThroughPlugin(state, plugin);
+  })->Unit(benchmark::kMillisecond);
 }
 
 [[maybe_unused]] const bool registered = [] {
@@ -206,8 +206,7 @@ void RegisterRows(const char* name, uint32_t index, const char* plugin) {
   RegisterRows("SplitScreen", 8, "split_screen");
   benchmark::RegisterBenchmark("Frei0rAdapterAlone_8u", AdapterAlone)
       ->Unit(benchmark::kMicrosecond);
-  benchmark::RegisterBenchmark("Frei0rChannelSwap_8u", ChannelSwap)
-      ->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark("Frei0rChannelSwap_8u", ChannelSwap)->Unit(benchmark::kMillisecond);
   return true;
 }();
 

@@ -41,8 +41,8 @@ struct EffectDescription {
   std::vector<std::vector<ParamValue>> presets;  // per preset, one per record
 
   int ParamCount() const { return static_cast<int>(params.size()) + 1; }
-  // The preset whose name folds like `name` (case, spaces and punctuation aside), or -1.
-  int FindPreset(std::string_view name) const;
+  // The preset whose name folds like `wanted` (case, spaces and punctuation aside), or -1.
+  int FindPreset(std::string_view wanted) const;
 };
 
 // Reads everything once; null when the effect answers nothing sensible.

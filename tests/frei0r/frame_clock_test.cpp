@@ -12,6 +12,7 @@ namespace {
 std::vector<int32_t> Numbers(const std::vector<double>& times) {
   FrameClock clock;
   std::vector<int32_t> numbers;
+  numbers.reserve(times.size());
   for (const double time : times)
     numbers.push_back(clock.Next(time));
   return numbers;

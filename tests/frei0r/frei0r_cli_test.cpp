@@ -22,7 +22,7 @@ namespace vitrella::testing {
 namespace {
 
 constexpr int kFrames = 3;
-const std::string kClip = std::string(VITRELLA_TESTDATA_DIR) + "/Megamind.avi";
+constexpr const char* kClip = VITRELLA_TESTDATA_DIR "/Megamind.avi";
 
 // How each input reaches the filter: the same chain makes the pictures `vitrella render`
 // reads, so both see the very same BGRA bytes. Widths are multiples of 16, where ffmpeg's
@@ -33,6 +33,7 @@ struct Input {
   std::string chain;                // filters before ours
 };
 const Input kInputs[] = {
+    // NOLINT(cert-err58-cpp): test data, built before main
     {"testsrc", {"-f", "lavfi", "-i", "testsrc=size=96x64:rate=25"}, "format=bgra"},
     {"clip", {"-i", kClip}, "scale=240:176,format=bgra"},
 };
@@ -152,8 +153,10 @@ Values OtherValues(const std::vector<ParamInfo>& params) {
       case ParamPoint: {  // towards the middle, so that shapes keep their corners apart
         const std::string x = Text(0.1 + 0.8 * info.defaultValue.point[0]);
         const std::string y = Text(0.1 + 0.8 * info.defaultValue.point[1]);
-        f0r = x + "/" + y;
-        set = x + "," + y;
+        f0r = x;
+        f0r.append("/").append(y);
+        set = x;
+        set.append(",").append(y);
         break;
       }
       default:
@@ -274,15 +277,20 @@ TEST_F(Frei0rPrograms, BadValuesNeitherCrashNorStopTheRender) {
       {"spotlight", "|nan/nan|1e308/-1e308|y|1e300|-1e300"},
   };
   for (const auto& [effect, params] : cases) {
-    const ProgramRun run = Ffmpeg(
-        {"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25", "-frames:v", "2", "-vf",
-         "frei0r=filter_name=vitrella_" + effect + ":filter_params=" + params, "-f", "null", "-"});
+    std::string filter = "frei0r=filter_name=vitrella_" + effect;
+    filter.append(":filter_params=").append(params);
+    const ProgramRun run = Ffmpeg({"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25", "-frames:v",
+                                   "2", "-vf", filter, "-f", "null", "-"});
     EXPECT_EQ(run.exitCode, 0) << effect << ": " << run.err;
   }
 }
 
 TEST_F(Frei0rPrograms, TwoInstancesOnFilterThreads) {
   if (!HaveProgram("ffmpeg")) GTEST_SKIP() << "ffmpeg is not installed";
+  // Two inputs, each through its own instance, one with a preset.
+  const std::string graph =
+      "[0:v]format=bgra,frei0r=vitrella_diffusion:Pink Sky[a];"
+      "[1:v]format=bgra,frei0r=vitrella_diffusion[b]";
   const ProgramRun run = Ffmpeg({"-filter_threads",
                                  "2",
                                  "-f",
@@ -294,8 +302,7 @@ TEST_F(Frei0rPrograms, TwoInstancesOnFilterThreads) {
                                  "-i",
                                  "testsrc2=size=128x96:rate=25",
                                  "-filter_complex",
-                                 "[0:v]format=bgra,frei0r=vitrella_diffusion:Pink Sky[a];"
-                                 "[1:v]format=bgra,frei0r=vitrella_diffusion[b]",
+                                 graph,
                                  "-map",
                                  "[a]",
                                  "-frames:v",

@@ -300,6 +300,7 @@ TEST(Frei0rPluginThreads, InstancesOnTwoThreadsRenderAtOnce) {
     Instance instance(diffusion);
     instance.SetPreset(preset);
     std::vector<std::vector<uint32_t>> out;
+    out.reserve(kFrames);
     for (int k = 0; k < kFrames; ++k)
       out.push_back(instance.Render(StripeFrame(k), k * 40.0));
     return out;

@@ -57,7 +57,7 @@ bool HaveProgram(const std::string& name) {
   std::stringstream folders(path != nullptr ? path : "");
   std::string folder;
   while (std::getline(folders, folder, ':')) {
-    const std::string candidate = folder + "/" + name;
+    const std::string candidate = folder.append("/").append(name);
     if (access(candidate.c_str(), X_OK) == 0) return true;
   }
   return false;
