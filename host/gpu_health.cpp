@@ -3,7 +3,6 @@
 #include "com_ref.h"
 #include "platform/platform_name.h"
 #include "platform/settings_store.h"
-#include "services_command.h"
 #include "vitrella/shared_services.h"
 
 namespace vitrella::host {
@@ -22,11 +21,9 @@ bool ReadsYes(const std::string& section) {
 
 }  // namespace
 
-void IntroduceHost(IEffectLibrary& library) {
+void StartSharedServices(IEffectLibrary& library) {
+  // Asking for them starts them; nothing is written unless a report is offered.
   const ComRef<ISharedServices> services(library.GetSharedServices());
-  if (!services) return;
-  const SharedHostInfo host{kHostName, nullptr};
-  services->SetHostInfo(&host);
 }
 
 std::optional<std::string> ForcedCpuReason(IEffectLibrary& library) {

@@ -1,6 +1,6 @@
-// The host's side of GPU health: it introduces itself to the library's shared services
-// at start (which is when the library offers the CPU after a crash in the GPU), and it
-// honours the "Forced CPU" settings when it chooses the path of a render.
+// The host's side of GPU health: it starts the library's shared services with each render
+// (which is when the library offers the CPU after a crash in the GPU), and it honours the
+// "Forced CPU" settings when it chooses the path of a render.
 #pragma once
 
 #include <optional>
@@ -10,9 +10,9 @@
 
 namespace vitrella::host {
 
-// Starts the library's shared services with this host's name; a GPU crash report of an
-// earlier run is offered then.
-void IntroduceHost(IEffectLibrary& library);
+// Starts the library's shared services; a GPU crash report of an earlier run is offered
+// then.
+void StartSharedServices(IEffectLibrary& library);
 
 // Why a GPU render must run on the CPU: "Forced CPU" is "yes" for all collections
 // ("Common") or for this one (its section, the library's name with " for Windows"). None

@@ -152,7 +152,7 @@ void RunRender(const CommandLine& line) {
 
   const LibraryLoader loader(line.library.empty() ? DefaultLibraryPath() : line.library);
   ComRef<IEffectLibrary> library = loader.CreateLibrary();
-  IntroduceHost(*library);
+  StartSharedServices(*library);
   FoundEffect found = FindEffect(*library, options.effect);
   std::vector<ParamValue> values =
       options.presetFile ? PresetFileValues(*library, found, options, line.language)
