@@ -14,7 +14,7 @@
 namespace vitrella::bench {
 namespace {
 
-// A socket of the benchmark's own, and the monitor built beside this program.
+// A socket and settings of the benchmark's own, and the monitor built beside this program.
 std::string PointAtOwnMonitor() {
   std::string folder = std::filesystem::temp_directory_path() / "vitrella-bench-XXXXXX";
   if (mkdtemp(folder.data()) == nullptr) return {};
@@ -23,6 +23,8 @@ std::string PointAtOwnMonitor() {
   const std::string program = std::filesystem::path(self).parent_path() / "GPUMonitor";
   setenv(platform::kMonitorSocketVariable, (folder + "/monitor.socket").c_str(), 1);
   setenv(platform::kMonitorProgramVariable, program.c_str(), 1);
+  // A report the monitor might write lands here, never in the user's settings.
+  setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
   return folder;
 }
 

@@ -23,7 +23,8 @@ int ShowGPUCrashReports() {
   int shown = 0;
   const std::string reports = kReportsSection;
   for (const std::string& name : platform::SettingSubsections(reports)) {
-    const std::string section = reports + "\\" + name;
+    std::string section = reports;
+    section.append("\\").append(name);
     const auto read = [&section](const char* value) {
       return platform::ReadSetting(section, value).text;
     };

@@ -63,6 +63,14 @@ TEST(MonitorState, AHostThatEndsInsideARenderLeavesOneReport) {
   EXPECT_TRUE(state.Empty());
 }
 
+TEST(MonitorState, AnEndThatOvertookItsBeginClosesIt) {
+  // Each message has a connection of its own; the end's may be read first.
+  MonitorState state;
+  EXPECT_TRUE(state.Receive(7, "H;L;E;g1;2"));
+  EXPECT_TRUE(state.Receive(7, "H;L;E;g1;1"));
+  EXPECT_FALSE(state.Ended(7));
+}
+
 using Clock = std::chrono::steady_clock;
 
 template <typename Condition>

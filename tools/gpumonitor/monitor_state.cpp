@@ -3,6 +3,12 @@
 #include <array>
 
 namespace vitrella::monitor {
+namespace {
+
+// Ends whose begins have not come yet that one host may have.
+constexpr size_t kMaxEndedEarly = 4096;
+
+}  // namespace
 
 std::optional<RenderMessage> ParseRenderMessage(std::string_view text) {
   std::array<std::string_view, 5> fields;
@@ -20,12 +26,15 @@ std::optional<RenderMessage> ParseRenderMessage(std::string_view text) {
 bool MonitorState::Receive(int64_t pid, std::string_view text) {
   std::optional<RenderMessage> message = ParseRenderMessage(text);
   if (!message) return false;
-  OpenRenders& open = hosts_[pid];
+  Host& host = hosts_[pid];
+  const std::string guid = message->guid;
   if (message->state == 1) {
-    const std::string guid = message->guid;  // the message moves into the record
-    open[guid] = OpenRender{nextOrder_++, std::move(*message)};
-  } else {
-    open.erase(message->guid);
+    if (host.endedEarly.erase(guid) == 0)
+      host.open[guid] = OpenRender{nextOrder_++, std::move(*message)};
+  } else if (host.open.erase(guid) == 0) {
+    // Every end follows a begin that was sent; a host cannot pile these up unless it lies.
+    if (host.endedEarly.size() >= kMaxEndedEarly) host.endedEarly.clear();
+    host.endedEarly.insert(guid);
   }
   return true;
 }
@@ -34,7 +43,7 @@ std::optional<CrashReport> MonitorState::Ended(int64_t pid) {
   const auto host = hosts_.find(pid);
   if (host == hosts_.end()) return std::nullopt;
   const OpenRender* earliest = nullptr;
-  for (const auto& [guid, render] : host->second) {
+  for (const auto& [guid, render] : host->second.open) {
     if (earliest == nullptr || render.order < earliest->order) earliest = &render;
   }
   std::optional<CrashReport> report;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,9 +50,14 @@ class MonitorState {
     uint64_t order = 0;
     RenderMessage begin;
   };
-  // Guids of one host's open renders.
-  using OpenRenders = std::map<std::string, OpenRender>;
-  std::map<int64_t, OpenRenders> hosts_;
+  struct Host {
+    std::map<std::string, OpenRender> open;  // by guid
+    // Ends heard before their begins: each message is a connection of its own, and the
+    // monitor may read a connection before its writer has written, so the end of a short
+    // render can overtake its begin.
+    std::set<std::string> endedEarly;
+  };
+  std::map<int64_t, Host> hosts_;
   uint64_t nextOrder_ = 0;
 };
 
