@@ -109,7 +109,8 @@ bool CSharedServices::Initialise(void* module, IEffectLibrary* library, const ch
     platform::ShowMessageBox(platform::ForegroundWindow(), resources.SafeData(),
                              kResourcesMissingTitle, platform::kBoxOk);
   }
-  // A crash report's OK sets "Forced CPU", so the settings are read after it.
+  // The options dialog's logo comes with the desktop dialog. A GPU crash report's OK sets
+  // "Forced CPU", so the settings are read after it.
   CheckGPUCrashReports();
   ReadSettings();
   translator_.SetContext(nullptr, language);
