@@ -1,5 +1,7 @@
 #include "gpu/gpu_effect_helper.h"
 
+#include "gpu/monitor_report.h"
+
 namespace vitrella {
 
 IGPUServices* QueryGPUServices(IEffectHost* host) {
@@ -39,14 +41,26 @@ bool GPUEffectHelper::RenderGPU(uintptr_t /*unused*/, IEffectHost* host, IGLCont
   IGPUServices* services = QueryGPUServices(host);
   if (services == nullptr) return false;
 
-  // Health reports go here: the shared host and library names, a new GUID text and the
-  // begin report to the monitor. Until they exist the render goes on unreported.
+  // The monitor hears of the begin before OpenGL is touched, so that a driver fault in
+  // this render leaves a report; a begin that could not be sent is followed by no end.
+  const char* hostName = nullptr;
+  const char* libraryName = nullptr;
+  char guid[kRenderGuidCapacity];
+  bool reported = false;
+  try {
+    hostName = ReportHostName(host);
+    libraryName = ReportLibraryName();
+    reported = MakeRenderGuid(guid, sizeof(guid)) &&
+               SendMonitorReport(hostName, libraryName, GetEffectName(), guid, kRenderBegins);
+  } catch (...) {
+    reported = false;
+  }
 
   EnterGPU(services, context);
   const bool result = RenderGPUFrame(host, source, secondSource, destination, info);
   LeaveGPU();
 
-  // Health reports: the end report with the same GUID text goes here.
+  if (reported) SendMonitorReport(hostName, libraryName, GetEffectName(), guid, kRenderEnded);
 
   services->Release();
   return result;

@@ -13,6 +13,7 @@
 #include "effect_host.h"
 #include "frame_queue.h"
 #include "frame_server.h"
+#include "gpu_render.h"
 #include "host_error.h"
 #include "host_frames.h"
 #include "interruption.h"
@@ -111,6 +112,26 @@ void RenderFrames(const ClipJob& job) {
   }
 }
 
+// The GPU path: one thread with an OpenGL context of its own, fed by the decoder like the
+// CPU's threads. One thread, because an effect instance must not be entered by two threads
+// on the GPU; the context's driver spreads each frame's work over the processors itself.
+void RenderFramesOnGpu(const ClipJob& job) {
+  const RenderOptions& options = job.options;
+  const RowOrder order = options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst;
+  std::string reason;
+  const std::unique_ptr<EglServices> services = CreateEglServices(&reason);
+  if (services == nullptr) throw HostError("no OpenGL context for --gpu: " + reason);
+  EffectHost host(job.values, job.instanceKey, options.serveFrames ? &job.server : nullptr);
+  while (std::optional<FrameQueue::Job> frame = job.queue.PopDecoded()) {
+    OwnedFrame source = PictureToFrame(*frame->picture, options.format, order);
+    OwnedFrame destination = FrameLike(source.record());
+    const RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame->n), job.rate);
+    RenderOnGpu(*services, job.effect, host, source.record(), destination.record(), info,
+                job.effectName);
+    job.queue.PushRendered(frame->n, FrameToPicture(destination.record()));
+  }
+}
+
 unsigned ProcessorThreads() {
   return std::max(1u, std::thread::hardware_concurrency());
 }
@@ -139,8 +160,9 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
   OutputLoss loss(options.output, depth, IsFloatFormat(options.format));
   const double rate = options.rate.value_or(reader->FrameRate().value_or(kSequenceRate));
   const uint32_t traits = effect.GetEffectTraits();
-  const unsigned threads =
-      RenderThreads(options.threads.value_or(ProcessorThreads()), traits, options.serveFrames);
+  const unsigned threads = options.gpu ? 1
+                                       : RenderThreads(options.threads.value_or(ProcessorThreads()),
+                                                       traits, options.serveFrames);
 
   std::unique_ptr<ClipWriter> writer = OpenClipWriter(options.output, rate, reader->FirstNumber());
   // Frames between decoding and writing: enough to keep every thread busy while the
@@ -172,8 +194,11 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
         [&](int signal) { queue.Fail(std::make_exception_ptr(Interrupted(signal))); });
     std::vector<std::jthread> stages;
     stages.emplace_back([&] { RunStage(queue, [&] { DecodeFrames(job); }); });
-    for (unsigned i = 0; i < threads; ++i)
-      stages.emplace_back([&] { RunStage(queue, [&] { RenderFrames(job); }); });
+    for (unsigned i = 0; i < threads; ++i) {
+      stages.emplace_back([&] {
+        RunStage(queue, [&] { options.gpu ? RenderFramesOnGpu(job) : RenderFrames(job); });
+      });
+    }
     // This thread writes, in order.
     RunStage(queue, [&] {
       while (std::optional<std::pair<int64_t, cv::Mat>> next = queue.PopInOrder()) {

@@ -492,8 +492,9 @@ Options:
   --format FORMAT       frame format handed to the effect: bgra8, argb8, bgra32f, argb32f
                         (default: bgra8, or bgra32f for inputs deeper than 8 bits)
   --bottom-up           hand the frame over bottom row first (flipped clear)
-  --gpu                 render a picture through the effect's GPU path, on an OpenGL
-                        context of EGL (surfaceless Mesa without a GPU)
+  --gpu                 render through the effect's GPU path, on an OpenGL context of
+                        EGL (surfaceless Mesa without a GPU); a clip on one GPU thread.
+                        "Forced CPU" in the settings sends it to the CPU, with a notice
   --field-mode N        field mode of the render, 0 to 65535 (default 3, a whole frame)
   --pixel-aspect X      pixel aspect ratio, marked valid for the effect
   --language CODE       the library's dialogs in this language, for --preset-file: de, en,

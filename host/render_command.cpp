@@ -9,6 +9,7 @@
 #include "clip_writer.h"
 #include "effect_catalog.h"
 #include "effect_host.h"
+#include "gpu_health.h"
 #include "gpu_render.h"
 #include "host_error.h"
 #include "host_frames.h"
@@ -151,13 +152,23 @@ void RunRender(const CommandLine& line) {
 
   const LibraryLoader loader(line.library.empty() ? DefaultLibraryPath() : line.library);
   ComRef<IEffectLibrary> library = loader.CreateLibrary();
+  StartSharedServices(*library);
   FoundEffect found = FindEffect(*library, options.effect);
   std::vector<ParamValue> values =
       options.presetFile ? PresetFileValues(*library, found, options, line.language)
                          : ChooseValues(*found.effect, ReadParams(*found.effect), options);
-  if (clip && options.gpu) throw UsageError("option --gpu renders pictures only, not clips");
+  // After a crash in the GPU the user may have chosen the CPU: that choice holds here too.
+  bool gpu = options.gpu;
+  if (gpu) {
+    if (const std::optional<std::string> reason = ForcedCpuReason(*library)) {
+      std::cerr << ForcedCpuNotice(*reason) << "\n";
+      gpu = false;
+    }
+  }
   if (clip) {
-    const ClipSummary summary = RenderClip(*found.effect, found.name, values, options);
+    RenderOptions chosen = options;
+    chosen.gpu = gpu;
+    const ClipSummary summary = RenderClip(*found.effect, found.name, values, chosen);
     if (!options.quiet) std::cerr << SummaryText(summary) << "\n";
     return;
   }
@@ -176,7 +187,7 @@ void RunRender(const CommandLine& line) {
   OwnedFrame destination = FrameLike(source.record());
   const RenderInfo info = MakeRenderInfo(options, 0, kFrameRate);
 
-  if (options.gpu) {
+  if (gpu) {
     std::string reason;
     const std::unique_ptr<EglServices> services = CreateEglServices(&reason);
     if (services == nullptr) throw HostError("no OpenGL context for --gpu: " + reason);

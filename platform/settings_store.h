@@ -13,8 +13,11 @@
 // earlier one) instead of replacing it with less.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace vitrella::platform {
 
@@ -39,6 +42,16 @@ SettingValue ReadSetting(std::string_view section, std::string_view name);
 // holding a line end, '=' in a value name or ']' in a section name) or the file could not
 // be written, which leaves the old one as it was.
 bool WriteSetting(std::string_view section, std::string_view name, std::string_view value);
+
+// Several values of one section written at once, so that a reader finds all of them or
+// none; the same rules and answer as WriteSetting.
+bool WriteSettings(std::string_view section,
+                   std::span<const std::pair<std::string_view, std::string_view>> values);
+
+// The names of the sections directly below section in the user's file, as registry
+// subkeys: "A\B" holds "A\B\C" as "C" (a deeper "A\B\C\D" adds "C" too), in the
+// order of the file, each once.
+std::vector<std::string> SettingSubsections(std::string_view section);
 
 // The two files' paths, as the environment names them now.
 std::string UserSettingsPath();

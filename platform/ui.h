@@ -56,6 +56,11 @@ struct FileDialog {
 // their own; null where the system has no such handle.
 WindowHandle ForegroundWindow();
 
+// A window of this process, to own a box that concerns the whole process; null when it
+// has none. Both backends answer with a stand-in for the host's window unless
+// $VITRELLA_UI_WINDOW is "none", with which a test plays a host that has no window yet.
+WindowHandle ProcessWindow();
+
 // Shows the box and returns the answer; never fails to answer.
 int ShowMessageBox(WindowHandle owner, const char16_t* text, const char16_t* title, uint32_t type);
 

@@ -20,6 +20,15 @@ inline constexpr const char* kKeyFramesVsPresets = "Key Frames vs Presets";
 // In both sections: for all collections, and for this one.
 inline constexpr const char* kForcedCpu = "Forced CPU";
 
+// The GPU monitor's crash reports: one subsection each below this one, with these values,
+// all written by the monitor but "Shown", which the library sets to "true".
+inline constexpr const char* kReportsSection = "Common\\Monitoring\\Reports";
+inline constexpr const char* kReportHostName = "HostName";
+inline constexpr const char* kReportProductName = "ProductName";
+inline constexpr const char* kReportEffectName = "EffectName";
+inline constexpr const char* kReportOccurredTime = "OccurredTime";
+inline constexpr const char* kReportShown = "Shown";
+
 // The collection's own section: the product name cut behind its last " for PLATFORM "
 // ("Corvane Vitrella III for Windows 3.0" gives "Corvane Vitrella III for Windows"); a
 // name without that part is used whole.

@@ -10,6 +10,8 @@
 #include "platform/ui_form.h"
 #include "resources/resource_exports.h"
 #include "support/common_settings.h"
+#include "support/gpu_crash_reports.h"
+#include "support/gpu_report.h"
 #include "support/help_address.h"
 #include "support/options_dialog.h"
 #include "support/path_library.h"
@@ -121,7 +123,8 @@ bool CSharedServices::Initialise(void* module, IEffectLibrary* library, const ch
                              kResourcesMissingTitle, platform::kBoxOk);
   }
   logo_ = LoadBitmap(resourceModule_, resources::kLogoBitmap);
-  // The GPU crash report of the last run comes with the GPU monitor.
+  // A GPU crash report's OK sets "Forced CPU", so the settings are read after it.
+  CheckGPUCrashReports();
   ReadSettings();
   translator_.SetContext(nullptr, language);
   return true;
@@ -372,8 +375,8 @@ bool CSharedServices::RunUpdateDialog(WindowHandle parent) {
 void CSharedServices::RunGpuReport(WindowHandle parent) {
   using namespace options;
   platform::Form form = LayOutGpuReport();
-  // The options dialog is given no host, so the report is the first of its one-line cases.
-  form.Find(kReportText)->text = u"Video host is empty.\r\n";
+  // ShowOptions is given no host: the report says so in its first line.
+  form.Find(kReportText)->text = GpuReportText(nullptr, library_);
   platform::RunForm(parent, form, [](int32_t id) { return id == kReportClose; });
 }
 

@@ -10,6 +10,8 @@
 //                     dialog's default one, as a typed name would.
 // VITRELLA_UI_ANSWER  the button a headless message box answers: ok, cancel, yes or no;
 //                     otherwise its first button.
+// VITRELLA_UI_WINDOW  "none": the host has no window of its own yet, so boxes that need
+//                     one (the GPU crash report) wait for a later start.
 // VITRELLA_UI_LOG     a file to which every box and dialog shown is appended as one line
 //                     of tab-separated fields, UTF-8, with backslash, tab, line feed and
 //                     carriage return written as \\, \t, \n and \r:
@@ -27,5 +29,7 @@ inline constexpr const char* kUiHeadless = "headless";
 inline constexpr const char* kUiFileVariable = "VITRELLA_UI_FILE";
 inline constexpr const char* kUiAnswerVariable = "VITRELLA_UI_ANSWER";
 inline constexpr const char* kUiLogVariable = "VITRELLA_UI_LOG";
+inline constexpr const char* kUiWindowVariable = "VITRELLA_UI_WINDOW";
+inline constexpr const char* kUiNoWindow = "none";
 
 }  // namespace vitrella

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
@@ -294,9 +295,18 @@ SettingValue ReadSetting(std::string_view section, std::string_view name) {
 }
 
 bool WriteSetting(std::string_view section, std::string_view name, std::string_view value) {
-  if (!Storable(section, ']') || section.front() == '#' || !Storable(name, '=') ||
-      name.front() == '[' || name.front() == '#' || value.find('\0') != std::string_view::npos) {
-    return false;
+  const std::pair<std::string_view, std::string_view> one[] = {{name, value}};
+  return WriteSettings(section, one);
+}
+
+bool WriteSettings(std::string_view section,
+                   std::span<const std::pair<std::string_view, std::string_view>> values) {
+  if (!Storable(section, ']') || section.front() == '#') return false;
+  for (const auto& [name, value] : values) {
+    if (!Storable(name, '=') || name.front() == '[' || name.front() == '#' ||
+        value.find('\0') != std::string_view::npos) {
+      return false;
+    }
   }
   const std::string path = UserSettingsPath();
   if (!MakeFolders(path)) return false;
@@ -318,11 +328,32 @@ bool WriteSetting(std::string_view section, std::string_view name, std::string_v
     ok = SetAside(path);
   }
   if (ok) {
-    SetValue(document, section, name, value);
+    for (const auto& [name, value] : values)
+      SetValue(document, section, name, value);
     ok = ReplaceFile(path, Serialise(document));
   }
   close(lock);  // releases the lock
   return ok;
+}
+
+std::vector<std::string> SettingSubsections(std::string_view section) {
+  std::vector<std::string> names;
+  Document document;
+  if (ReadDocument(UserSettingsPath(), document) != FileState::kRead) return names;
+  for (const Section& each : document) {
+    const std::string_view name = each.name;
+    if (name.size() <= section.size() + 1 || name[section.size()] != '\\' ||
+        !SameName(name.substr(0, section.size()), section)) {
+      continue;
+    }
+    std::string_view below = name.substr(section.size() + 1);
+    below = below.substr(0, below.find('\\'));
+    if (below.empty()) continue;
+    const bool known = std::any_of(names.begin(), names.end(),
+                                   [&](const std::string& seen) { return SameName(seen, below); });
+    if (!known) names.emplace_back(below);
+  }
+  return names;
 }
 
 }  // namespace vitrella::platform

@@ -66,6 +66,15 @@ WindowHandle ForegroundWindow() {
   return nullptr;
 }
 
+WindowHandle ProcessWindow() {
+  const char* window = std::getenv(kUiWindowVariable);
+  if (window != nullptr && std::string_view(window) == kUiNoWindow) return nullptr;
+  // Stands for the host's window, which no handle of this side names: boxes go to the
+  // desktop's top, as ForegroundWindow's do.
+  static int processWindow = 0;
+  return &processWindow;
+}
+
 int ShowMessageBox(WindowHandle owner, const char16_t* text, const char16_t* title, uint32_t type) {
   ShownBox box;
   box.owner = owner;

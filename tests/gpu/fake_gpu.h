@@ -3,11 +3,13 @@
 // every render target, and a context that keeps a blend state.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "vitrella/effect.h"
 #include "vitrella/gpu.h"
 
 namespace vitrella::testing {
@@ -161,13 +163,23 @@ class FakeServices final : public IGPUServices {
                                      uint8_t /*flag*/) override {
     return true;
   }
-  bool VITRELLA_CALL QueryEffectGPU(IVideoEffect* /*effect*/, GPUSetupInfo* /*out*/) override {
-    return false;
+  // Answers for the effect named gpuEffect alone.
+  bool VITRELLA_CALL QueryEffectGPU(IVideoEffect* effect, GPUSetupInfo* out) override {
+    if (effect == nullptr || gpuEffect != effect->GetEffectName()) return false;
+    *out = GPUSetupInfo{0, 1, 0};
+    return true;
   }
-  int32_t VITRELLA_CALL GetDiagnosticText(int32_t /*which*/, WideChar* /*buffer*/,
-                                          int32_t /*capacity*/) override {
-    return 0;
+  // Text 7 is the diagnostic; its length, copied only where it fits with its NUL.
+  int32_t VITRELLA_CALL GetDiagnosticText(int32_t which, WideChar* out, int32_t capacity) override {
+    if (which != 7 || diagnostic.empty()) return 0;
+    if (out != nullptr && capacity > static_cast<int32_t>(diagnostic.size())) {
+      std::copy(diagnostic.begin(), diagnostic.end(), out);
+      out[diagnostic.size()] = 0;
+    }
+    return static_cast<int32_t>(diagnostic.size());
   }
+  std::string gpuEffect;
+  std::u16string diagnostic;
 
   ~FakeServices() {
     for (FakeProgram* p : programs)
