@@ -23,7 +23,7 @@ struct ClipFacts {
   std::optional<int64_t> startTimestamp;  // of the clip's first frame, once it is decoded
   std::optional<double> pixelAspect;      // where the stream gives its pixels' shape
   // AVFieldOrder, AVColorRange, AVColorSpace, AVColorPrimaries and
-  // AVColorTransferCharacteristic: unknown or unspecified when the stream does not say.
+  // AVColorTransferCharacteristic: FFmpeg's "unknown" when the stream does not say.
   int fieldOrder = 0;
   int colorRange = 0;
   int colorSpace = 2;
