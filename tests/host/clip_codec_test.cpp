@@ -210,6 +210,15 @@ TEST_F(ClipCodecs, AVariableRateKeepsItsTimestamps) {
                 Path("vfr.mkv")));
   const ProbedVideo in = Probe(Path("vfr.mkv"));
   ASSERT_EQ(in.times.size(), 14u);
+  // The times the effect is told: each frame's own, the gap filled by the frame before it.
+  std::unique_ptr<host::ClipReader> clip = host::OpenClip(Path("vfr.mkv"));
+  std::set<double> told;
+  for (int64_t n = 0; n < clip->FrameCount().value_or(0); ++n) {
+    ASSERT_FALSE(clip->Read(n).empty()) << "frame " << n;
+    told.insert(clip->TimeOf(n).value_or(host::FrameTime{-1, -1}).seconds);
+  }
+  EXPECT_THAT(std::vector<double>(told.begin(), told.end()),
+              ::testing::Pointwise(::testing::DoubleNear(0.0005), in.times));
   for (const std::string output : {"out.mkv", "out.mp4"}) {
     const RunResult run = Render(kUnchanged, Path("vfr.mkv"), Path(output));
     ASSERT_EQ(run.exitCode, 0) << run.err;
