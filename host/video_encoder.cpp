@@ -258,9 +258,11 @@ class VideoEncoder final : public ClipWriter {
     const int buffered = av_frame_get_buffer(frame_.get(), 0);
     if (buffered < 0) throw Failed(n, buffered);
 
+    // Exact rounding costs swscale its fast paths; it matters only for the deep steps.
+    const int rounding = deep_ ? SWS_ACCURATE_RND : 0;
     scaler_.reset(sws_getContext(
         picture.cols, picture.rows, deep_ ? AV_PIX_FMT_BGRA64LE : AV_PIX_FMT_BGRA, picture.cols,
-        picture.rows, pixels, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+        picture.rows, pixels, SWS_BICUBIC | rounding, nullptr, nullptr, nullptr));
     if (!scaler_) throw HostError("cannot write " + output_.name + ": no conversion to its pixels");
     if (!rgb) {
       // The matrix and range the input came with, as the reader took them off.
