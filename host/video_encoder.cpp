@@ -203,7 +203,10 @@ class VideoEncoder final : public ClipWriter {
     codec->field_order = static_cast<AVFieldOrder>(facts.fieldOrder);
     codec->color_primaries = static_cast<AVColorPrimaries>(facts.colorPrimaries);
     codec->color_trc = static_cast<AVColorTransferCharacteristic>(facts.colorTransfer);
-    const bool fullRange = codec_ == ClipCodec::kMjpeg || facts.colorRange == AVCOL_RANGE_JPEG;
+    // ProRes holds limited range only, Motion JPEG full range only.
+    const bool prores = codec_ == ClipCodec::kProRes || codec_ == ClipCodec::kProRes4444;
+    const bool fullRange =
+        codec_ == ClipCodec::kMjpeg || (!prores && facts.colorRange == AVCOL_RANGE_JPEG);
     if (rgb) {
       codec->colorspace = AVCOL_SPC_RGB;
       codec->color_range = AVCOL_RANGE_JPEG;
@@ -252,8 +255,11 @@ class VideoEncoder final : public ClipWriter {
     frame_->format = pixels;
     frame_->width = picture.cols;
     frame_->height = picture.rows;
+    // Some encoders (ProRes) take the tags from the frames rather than the context.
     frame_->color_range = codec->color_range;
     frame_->colorspace = codec->colorspace;
+    frame_->color_primaries = codec->color_primaries;
+    frame_->color_trc = codec->color_trc;
     frame_->sample_aspect_ratio = codec->sample_aspect_ratio;
     const int buffered = av_frame_get_buffer(frame_.get(), 0);
     if (buffered < 0) throw Failed(n, buffered);

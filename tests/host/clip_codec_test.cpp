@@ -163,6 +163,27 @@ TEST_F(ClipCodecs, SpotlightToProRes4444KeepsAlphaSoundAndTimes) {
   EXPECT_GT(most, 65000) << "the spot is opaque";
 }
 
+TEST_F(ClipCodecs, ColourTagsAndTheMatrixAreKept) {
+  // HD colours at full range, as a phone records them; the picture must not shift.
+  const std::string input = Path("hd.mp4");
+  ASSERT_TRUE(
+      RunFfmpeg("-f lavfi -i testsrc2=s=320x180:r=25:d=0.2 -vf "
+                "scale=out_color_matrix=bt709:out_range=full,format=yuvj420p "
+                "-color_range pc -colorspace bt709 -color_primaries bt709 -color_trc "
+                "bt709 -c:v libx264 " +
+                input));
+  ASSERT_EQ(Probe(input).colors, "pc bt709 bt709 bt709");
+  for (const std::string output : {"out.mov", "out.mp4"}) {
+    ASSERT_EQ(Render(kUnchanged, input, Path(output)).exitCode, 0);
+    // ProRes holds limited range only, which the matrix then converts to.
+    EXPECT_EQ(Probe(Path(output)).colors,
+              output == "out.mov" ? "tv bt709 bt709 bt709" : "pc bt709 bt709 bt709");
+    EXPECT_LT(MeanDifference(host::OpenClip(Path(output))->Read(2), host::OpenClip(input)->Read(2)),
+              1.5)
+        << output;
+  }
+}
+
 // A ramp of 256 ten-bit levels, grey, with alpha falling across the rows.
 std::vector<cv::Mat> DeepFrames() {
   cv::Mat frame(16, 256, CV_16UC4);

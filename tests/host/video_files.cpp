@@ -65,6 +65,11 @@ ProbedVideo Probe(const std::string& path) {
     const char* pixels = av_get_pix_fmt_name(static_cast<AVPixelFormat>(stream.codecpar->format));
     probed.pixelFormat = pixels != nullptr ? pixels : "";
     probed.rate = av_q2d(stream.avg_frame_rate);
+    const AVCodecParameters& parameters = *stream.codecpar;
+    probed.colors = std::string(av_color_range_name(parameters.color_range)) + " " +
+                    av_color_space_name(parameters.color_space) + " " +
+                    av_color_primaries_name(parameters.color_primaries) + " " +
+                    av_color_transfer_name(parameters.color_trc);
   }
   if (audio >= 0) probed.audioCodec = avcodec_get_name(format->streams[audio]->codecpar->codec_id);
   AVPacket* packet = av_packet_alloc();

@@ -25,6 +25,7 @@ struct ProbedVideo {
   std::string videoCodec;          // FFmpeg's name of the first video stream's codec
   std::string pixelFormat;         // of its frames
   double rate = 0;                 // its average frame rate
+  std::string colors;              // range, matrix, primaries and transfer, as FFmpeg names them
   std::vector<double> times;       // of its frames in seconds, in display order
   std::string audioCodec;          // of the first audio stream; empty without one
   std::vector<std::string> audio;  // that stream's packets, as they are stored
