@@ -184,6 +184,20 @@ TEST_F(ClipCodecs, ColourTagsAndTheMatrixAreKept) {
   }
 }
 
+TEST_F(ClipCodecs, TheEffectIsToldTheClipsPixelAspect) {
+  // Pixels twice as wide as high, as anamorphic video has them; Diffusion's blur follows.
+  ASSERT_TRUE(RunFfmpeg("-f lavfi -i testsrc2=s=160x90:r=25:d=0.08 -vf setsar=2 -c:v ffv1 " +
+                        Path("wide.mkv")));
+  const auto render = [&](std::vector<std::string> options, const std::string& output) {
+    options.insert(options.begin(), {"--effect", "Diffusion", "--quiet"});
+    EXPECT_EQ(Render(options, Path("wide.mkv"), Path(output)).exitCode, 0) << output;
+    return host::OpenClip(Path(output))->Read(1);
+  };
+  const cv::Mat own = render({}, "own.mkv");
+  EXPECT_EQ(MeanDifference(own, render({"--pixel-aspect", "2"}, "given.mkv")), 0);
+  EXPECT_GT(MeanDifference(own, render({"--pixel-aspect", "1"}, "square.mkv")), 0);
+}
+
 // A ramp of 256 ten-bit levels, grey, with alpha falling across the rows.
 std::vector<cv::Mat> DeepFrames() {
   cv::Mat frame(16, 256, CV_16UC4);
