@@ -53,6 +53,9 @@ void SilenceLibraries();
 // stays a file name. Null when FFmpeg cannot open it.
 FormatContext OpenInputFile(const std::string& name);
 
+// The matrix FFmpeg calls "unknown": a stream that does not say.
+inline constexpr auto kUnknownMatrix = static_cast<AVColorSpace>(2);
+
 inline bool Valid(AVRational rational) {
   return rational.num > 0 && rational.den > 0;
 }

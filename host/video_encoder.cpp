@@ -212,7 +212,7 @@ class VideoEncoder final : public ClipWriter {
       codec->color_range = AVCOL_RANGE_JPEG;
     } else {
       codec->colorspace = facts.colorSpace == AVCOL_SPC_RGB
-                              ? AVCOL_SPC_UNSPECIFIED
+                              ? kUnknownMatrix
                               : static_cast<AVColorSpace>(facts.colorSpace);
       codec->color_range = fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     }
@@ -273,7 +273,7 @@ class VideoEncoder final : public ClipWriter {
     if (!rgb) {
       // The matrix and range the input came with, as the reader took them off.
       const int* coefficients = sws_getCoefficients(
-          codec->colorspace == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : codec->colorspace);
+          codec->colorspace == kUnknownMatrix ? SWS_CS_DEFAULT : codec->colorspace);
       sws_setColorspaceDetails(scaler_.get(), coefficients, 1, coefficients, fullRange ? 1 : 0, 0,
                                1 << 16, 1 << 16);
     }
