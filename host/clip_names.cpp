@@ -11,9 +11,9 @@ namespace {
 
 constexpr int kMaxDigits = 32;
 
-constexpr const char* kVideoExtensions[] = {".avi",  ".mp4", ".m4v",  ".mov", ".mkv",
-                                            ".webm", ".mpg", ".mpeg", ".wmv", ".flv",
-                                            ".ogv",  ".3gp", ".ts",   ".mts", ".m2ts"};
+constexpr const char* kVideoExtensions[] = {".avi",  ".mp4", ".m4v",  ".mov", ".mkv", ".nut",
+                                            ".webm", ".mpg", ".mpeg", ".wmv", ".flv", ".ogv",
+                                            ".3gp",  ".ts",  ".mts",  ".m2ts"};
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <map>
 
 #include "clip_names.h"
 #include "host_error.h"
@@ -46,6 +47,13 @@ class VideoReader final : public ClipReader {
   std::optional<int64_t> FrameCount() const override { return decoder_.FrameCount(); }
   std::optional<double> FrameRate() const override { return decoder_.FrameRate(); }
   int64_t FirstNumber() const override { return 0; }
+  ClipFacts Facts() const override { return decoder_.Facts(); }
+
+  std::optional<FrameTime> TimeOf(int64_t n) const override {
+    const auto found = times_.find(n);
+    if (found == times_.end()) return std::nullopt;
+    return found->second;
+  }
 
   cv::Mat Read(int64_t n) override {
     if (n < 0 || n >= FrameCount().value_or(kMaxFrames)) return cv::Mat();
@@ -105,6 +113,7 @@ class VideoReader final : public ClipReader {
     }
     if (!shown->damage.empty()) throw Damaged(*shown);
     cv::Mat picture = decoder_.Picture(*shown, n);
+    KeepTime(n, *shown);
     if (size_.empty()) {
       size_ = picture.size();
     } else if (picture.size() != size_) {
@@ -113,6 +122,20 @@ class VideoReader final : public ClipReader {
                       std::to_string(size_.width) + "x" + std::to_string(size_.height));
     }
     return picture;
+  }
+
+  // Far more frames than a render holds between decoding and writing.
+  static constexpr size_t kTimesKept = 4096;
+
+  void KeepTime(int64_t n, const VideoFrame& frame) {
+    const ClipFacts facts = decoder_.Facts();
+    if (!frame.timestamp || !facts.startTimestamp || facts.timeBaseDen == 0) return;
+    FrameTime& time = times_[n];
+    time.timestamp = *frame.timestamp;
+    time.seconds = static_cast<double>(*frame.timestamp - *facts.startTimestamp) *
+                   facts.timeBaseNum / facts.timeBaseDen;
+    // The frames furthest back are the least likely to be asked about again.
+    if (times_.size() > kTimesKept) times_.erase(times_.begin());
   }
 
   // The stream ended before frame n: the end of a clip that does not tell its length.
@@ -147,6 +170,7 @@ class VideoReader final : public ClipReader {
   bool ended_ = false;                  // the stream has no frames after held_
   cv::Size size_;                       // of the first frame read; every other must match
   int64_t next_ = 0;                    // the frame that a read without a seek gives
+  std::map<int64_t, FrameTime> times_;  // of the frames read lately, by number
 };
 
 class SequenceReader final : public ClipReader {

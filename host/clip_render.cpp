@@ -8,6 +8,7 @@
 #include <optional>
 #include <thread>
 
+#include "clip_names.h"
 #include "clip_reader.h"
 #include "clip_writer.h"
 #include "effect_host.h"
@@ -59,6 +60,7 @@ struct ClipJob {
   const std::string& input;
   FrameRange range;
   double rate = kSequenceRate;
+  std::optional<double> pixelAspect;  // the clip's, where it gives one
   uint32_t instanceKey = 0;
   bool warmUp = false;
   FrameServer& server;
@@ -88,7 +90,7 @@ void DecodeFrames(const ClipJob& job) {
       }
       break;  // the end of a clip that did not tell its length
     }
-    if (!job.queue.PushDecoded({n, std::move(picture)})) return;
+    if (!job.queue.PushDecoded({n, std::move(picture), job.server.TimeOf(n)})) return;
   }
   job.queue.CloseInput();
 }
@@ -97,18 +99,32 @@ void RenderFrames(const ClipJob& job) {
   const RenderOptions& options = job.options;
   const RowOrder order = options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst;
   EffectHost host(job.values, job.instanceKey, options.serveFrames ? &job.server : nullptr);
+  // Made once and reused while the frames keep their size: fresh frames of a large clip cost
+  // more in page faults than many an effect's render.
+  std::optional<OwnedFrame> source;
+  std::optional<OwnedFrame> destination;
   while (std::optional<FrameQueue::Job> frame = job.queue.PopDecoded()) {
-    OwnedFrame source = PictureToFrame(*frame->picture, options.format, order);
-    OwnedFrame destination = FrameLike(source.record());
-    const RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame->n), job.rate);
-    if (!job.effect.Render(&host, &source.record(), 0, &destination.record(), &info)) {
+    if (source && FillFrame(*frame->picture, *source)) {
+      destination->Clear();
+    } else {
+      source.emplace(PictureToFrame(*frame->picture, options.format, order));
+      destination.emplace(FrameLike(source->record()));
+    }
+    RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame->n), job.rate);
+    // A video's own times and pixel shape, unless the command line says otherwise.
+    if (frame->time && !options.rate) info.time = frame->time->seconds;
+    if (job.pixelAspect && !options.pixelAspect) {
+      info.pixelAspect = *job.pixelAspect;
+      info.infoFlags |= kInfoPixelAspectValid;
+    }
+    if (!job.effect.Render(&host, &source->record(), 0, &destination->record(), &info)) {
       throw HostError("the effect " + job.effectName + " did not render frame " +
                       std::to_string(frame->n) + " of " + job.input + " (" +
-                      std::to_string(source.record().width) + "x" +
-                      std::to_string(source.record().height) + ", " +
+                      std::to_string(source->record().width) + "x" +
+                      std::to_string(source->record().height) + ", " +
                       std::string(FormatName(options.format)) + ")");
     }
-    job.queue.PushRendered(frame->n, FrameToPicture(destination.record()));
+    job.queue.PushRendered(frame->n, FrameToPicture(destination->record()));
   }
 }
 
@@ -157,14 +173,26 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
   const int depth = first.empty() ? CV_8U : first.depth();
   RenderOptions options = given;
   options.format = FormatFor(given, depth);
-  OutputLoss loss(options.output, depth, IsFloatFormat(options.format));
   const double rate = options.rate.value_or(reader->FrameRate().value_or(kSequenceRate));
+  const ClipOutput output{options.output, options.codec, options.crf, options.encoderPreset,
+                          options.audio};
+  const ClipCodec codec = CheckClipWriter(output);
+  OutputLoss loss(options.output, depth, IsFloatFormat(options.format), codec);
   const uint32_t traits = effect.GetEffectTraits();
   const unsigned threads = options.gpu ? 1
                                        : RenderThreads(options.threads.value_or(ProcessorThreads()),
                                                        traits, options.serveFrames);
 
-  std::unique_ptr<ClipWriter> writer = OpenClipWriter(options.output, rate, reader->FirstNumber());
+  ClipSource source;
+  source.facts = reader->Facts();
+  if (!ParseFramePattern(input)) source.video = input;
+  source.rate = rate;
+  source.retimed = options.rate.has_value();
+  source.cutStart = range.first > 0;
+  source.cutEnd = given.frames && given.frames->last && *range.last + 1 != reader->FrameCount();
+  source.firstNumber = reader->FirstNumber();
+  const std::optional<double> pixelAspect = source.facts.pixelAspect;
+  std::unique_ptr<ClipWriter> writer = OpenClipWriter(output, source);
   // Frames between decoding and writing: enough to keep every thread busy while the
   // writer waits for the oldest. The window keeps those and the ones looked back on.
   const size_t inFlight = 2 * size_t{threads} + 2;
@@ -179,6 +207,7 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
       input,
       range,
       rate,
+      pixelAspect,
       NextInstanceKey(),
       options.serveFrames && (traits & kTraitReadsOtherFrames) != 0 && range.first > 0,
       server,
@@ -201,10 +230,12 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
     }
     // This thread writes, in order.
     RunStage(queue, [&] {
-      while (std::optional<std::pair<int64_t, cv::Mat>> next = queue.PopInOrder()) {
-        for (const std::string& warning : loss.Check(next->second))
+      while (std::optional<FrameQueue::Rendered> next = queue.PopInOrder()) {
+        for (const std::string& warning : loss.Check(next->picture))
           bar.Warn(warning);
-        writer->Write(next->first, next->second);
+        const std::optional<FrameTime>& time = next->time;
+        writer->Write(next->n, next->picture,
+                      time ? std::optional<int64_t>(time->timestamp) : std::nullopt);
         bar.Update(++summary.frames);
       }
     });

@@ -117,6 +117,23 @@ unsigned ParseThreads(const std::string& text) {
   return value;
 }
 
+int ParseCrf(const std::string& text) {
+  uint32_t value = 0;
+  if (!ParseIndex(text, &value) || value > 51) {
+    throw UsageError("bad --crf " + Quoted(text) + ": expected a number from 0 (lossless) to 51");
+  }
+  return static_cast<int>(value);
+}
+
+std::string ParseEncoderPreset(const std::string& text) {
+  if (!IsEncoderPreset(text)) {
+    throw UsageError("unknown encoder preset " + Quoted(text) +
+                     "; use ultrafast, superfast, veryfast, faster, fast, medium, slow, slower, "
+                     "veryslow or placebo");
+  }
+  return text;
+}
+
 ParamSetting ParseSetting(const std::string& text) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos) {
@@ -211,6 +228,14 @@ void ParseRender(ArgumentReader& reader, CommandLine& line) {
       render.serveFrames = false;
     } else if (name == "--quiet" && !inlineValue) {
       render.quiet = true;
+    } else if (name == "--codec") {
+      SetOnce(render.codec, ParseClipCodec(reader.Value(name, inlineValue)), name);
+    } else if (name == "--crf") {
+      SetOnce(render.crf, ParseCrf(reader.Value(name, inlineValue)), name);
+    } else if (name == "--encoder-preset") {
+      SetOnce(render.encoderPreset, ParseEncoderPreset(reader.Value(name, inlineValue)), name);
+    } else if (name == "--no-audio" && !inlineValue) {
+      render.audio = false;
     } else if (name == "--preset-file") {
       SetOnce(render.presetFile, reader.Value(name, inlineValue), name);
     } else {
@@ -478,10 +503,13 @@ what the effect made (alpha, deep channels, values beyond 0..1), a warning says 
 
 Clips: INPUT may be a video file (.avi, .mp4, .mov, .mkv, ...) or numbered pictures given
 as a pattern such as frames/%04d.png (first number 0 or 1, up to the first missing one).
-It renders frame by frame on several threads into a clip OUTPUT: a video, written as .avi
-or .mkv (Motion JPEG) or .mp4, .m4v or .mov (MPEG-4), without alpha, or a pattern, whose
-pictures carry the numbers of their source frames. SIGINT or SIGTERM stops the render and
-removes what it wrote.
+It renders frame by frame on several threads into a clip OUTPUT: a video, or a pattern,
+whose pictures carry the numbers of their source frames. A video keeps the input's
+timestamps, rate, pixel shape and colour tags, and its audio streams, copied unchanged.
+Its codec follows the extension unless --codec is given: .mp4 and .m4v H.264, .mov ProRes
+422 HQ, .mkv FFV1, .avi Motion JPEG. Clips deeper than 8 bits render in float and are
+written in 10 bits (H.264, ProRes) or 16 (FFV1); ProRes 4444 and FFV1 keep alpha. SIGINT
+or SIGTERM stops the render and removes what it wrote.
 
 Options:
   --effect EFFECT       the effect, by name (any case and spacing) or index
@@ -508,6 +536,11 @@ Options for clips:
   --no-get-frame        do not serve other frames of the clip to the effect; an effect
                         that reads them then renders the frames in order on one thread
   --quiet               no progress bar and no summary line on standard error
+  --codec CODEC         h264, prores, prores4444, ffv1, mjpeg, or png and exr for numbered
+                        pictures (default: by the output's extension)
+  --crf N               H.264 quality, 0 (lossless) to 51 (default 18)
+  --encoder-preset P    H.264 speed against size, ultrafast to placebo (default medium)
+  --no-audio            leave the input's audio streams out
 
 Parameters: PARAM is an index, a label, or a label under its group, as the panel shows
 them: Strength, "Show changed pixels", Background/Tint, Spotlight/Blur. Names match in any

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "clip_codecs.h"
 #include "vitrella/records.h"
 
 namespace vitrella::host {
@@ -48,11 +49,15 @@ struct RenderOptions {
   bool builtin = false;              // --builtin: the one file named is the output
   std::string output;
   // For clips only.
-  std::optional<FrameRange> frames;  // the whole clip when absent
-  std::optional<double> rate;        // over the clip's own frame rate
-  std::optional<unsigned> threads;   // the processor's when absent
-  bool serveFrames = true;           // GetFrame serves the clip's frames
-  bool quiet = false;                // no progress bar, no summary
+  std::optional<FrameRange> frames;          // the whole clip when absent
+  std::optional<double> rate;                // over the clip's own frame rate
+  std::optional<unsigned> threads;           // the processor's when absent
+  bool serveFrames = true;                   // GetFrame serves the clip's frames
+  bool quiet = false;                        // no progress bar, no summary
+  std::optional<ClipCodec> codec;            // the output's extension chooses when absent
+  std::optional<int> crf;                    // H.264's quality
+  std::optional<std::string> encoderPreset;  // x264's speed against size
+  bool audio = true;                         // the input's audio streams are copied
   // A render starts from this preset file's values; `preset save` and `preset load`,
   // which take the effect, preset and settings as a render does, write or read it.
   std::optional<std::string> presetFile;

@@ -8,7 +8,7 @@ bool FrameQueue::PushDecoded(Job job) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] { return error_ || order_.size() < capacity_; });
   if (error_) return false;
-  order_.push_back(job.n);
+  order_.emplace_back(job.n, job.time);
   decoded_.push_back(std::move(job));
   changed_.notify_all();
   return true;
@@ -35,17 +35,17 @@ void FrameQueue::PushRendered(int64_t n, cv::Mat picture) {
   changed_.notify_all();
 }
 
-std::optional<std::pair<int64_t, cv::Mat>> FrameQueue::PopInOrder() {
+std::optional<FrameQueue::Rendered> FrameQueue::PopInOrder() {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] {
     return error_ || (order_.empty() && closed_) ||
-           (!order_.empty() && rendered_.contains(order_.front()));
+           (!order_.empty() && rendered_.contains(order_.front().first));
   });
   if (error_ || order_.empty()) return std::nullopt;
-  const int64_t n = order_.front();
+  const auto [n, time] = order_.front();
   order_.pop_front();
   const auto found = rendered_.find(n);
-  std::pair<int64_t, cv::Mat> next{n, std::move(found->second)};
+  Rendered next{n, std::move(found->second), time};
   rendered_.erase(found);
   // One more frame may be decoded now.
   changed_.notify_all();

@@ -14,6 +14,8 @@
 
 #include <opencv2/core.hpp>
 
+#include "clip_reader.h"
+
 namespace vitrella::host {
 
 // At most `capacity` frames are between decoding and writing at any time, whatever the
@@ -28,6 +30,13 @@ class FrameQueue {
   struct Job {
     int64_t n = 0;  // the frame's number in the clip
     std::shared_ptr<const cv::Mat> picture;
+    std::optional<FrameTime> time;  // when the clip's file shows it
+  };
+
+  struct Rendered {
+    int64_t n = 0;
+    cv::Mat picture;
+    std::optional<FrameTime> time;
   };
 
   // Decoder, frames in order: waits for room. False when the work has stopped.
@@ -41,7 +50,7 @@ class FrameQueue {
 
   // Writer: the next frame in the decoder's order once it is rendered, or nullopt when all
   // are written or the work stopped.
-  std::optional<std::pair<int64_t, cv::Mat>> PopInOrder();
+  std::optional<Rendered> PopInOrder();
 
   // Keeps the first error and stops every stage.
   void Fail(std::exception_ptr error);
@@ -52,7 +61,8 @@ class FrameQueue {
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Job> decoded_;
-  std::deque<int64_t> order_;  // numbers of the frames pushed and not yet written
+  // Numbers and times of the frames pushed and not yet written.
+  std::deque<std::pair<int64_t, std::optional<FrameTime>>> order_;
   std::map<int64_t, cv::Mat> rendered_;
   bool closed_ = false;
   std::exception_ptr error_;

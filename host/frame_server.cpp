@@ -50,6 +50,16 @@ std::unique_ptr<OwnedFrame> FrameServer::Frame(int64_t n) noexcept {
   }
 }
 
+ClipFacts FrameServer::Facts() {
+  const std::lock_guard lock(readerMutex_);
+  return reader_->Facts();
+}
+
+std::optional<FrameTime> FrameServer::TimeOf(int64_t n) {
+  const std::lock_guard lock(readerMutex_);
+  return reader_->TimeOf(n);
+}
+
 FrameServer::Counts FrameServer::counts() const {
   const std::lock_guard lock(windowMutex_);
   return counts_;

@@ -27,6 +27,9 @@ class FrameServer {
               RowOrder order);
 
   const ClipReader& reader() const { return *reader_; }
+  // What the reader says of the clip and of frame n's time, taken while it does not decode.
+  ClipFacts Facts();
+  std::optional<FrameTime> TimeOf(int64_t n);
 
   // Frame n as decoded, or null when the clip has no frame n (negative, past the end).
   // Throws HostError when frame n exists but cannot be decoded.

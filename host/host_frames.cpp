@@ -92,23 +92,50 @@ uint8_t* OwnedFrame::Row(int32_t memoryRow) const {
   return memory_.get() + static_cast<ptrdiff_t>(memoryRow) * record_.pitch;
 }
 
+void OwnedFrame::Clear() {
+  const bool flipped = record_.flipped != 0;
+  const PixelFormat format = record_.format;
+  const int32_t width = record_.width;
+  const int32_t height = record_.height;
+  const int32_t pitch = record_.pitch;
+  const int32_t pixelBytes = record_.pixelBytes;
+  std::memset(memory_.get(), 0, static_cast<size_t>(pitch) * static_cast<size_t>(height));
+  record_ = HostFrame{};
+  record_.data = memory_.get();
+  record_.width = width;
+  record_.height = height;
+  record_.pitch = pitch;
+  record_.pixelBytes = pixelBytes;
+  record_.format = format;
+  record_.flipped = flipped ? 1 : 0;
+}
+
+bool FillFrame(const cv::Mat& picture, OwnedFrame& frame) {
+  const int depth = picture.depth();
+  if (picture.channels() != 4 || (depth != CV_8U && depth != CV_16U && depth != CV_32F)) {
+    throw HostError("a picture must have four channels of 8-bit, 16-bit or float");
+  }
+  const HostFrame& record = frame.record();
+  if (picture.cols != record.width || picture.rows != record.height) return false;
+  const bool toFloat = IsFloatFormat(record.format);
+  const int type = toFloat ? CV_32FC4 : CV_8UC4;
+  const double scale = ScaleTo(depth, toFloat);
+  cv::Mat channels = picture;
+  if (picture.type() != type || scale != 1.0) picture.convertTo(channels, type, scale);
+  // The frame's memory as a picture, turned over when its rows go bottom first.
+  cv::Mat memory(picture.rows, picture.cols, type, frame.Row(0), record.pitch);
+  CopyPixels(channels, memory, IsAlphaFirst(record.format));
+  if (record.flipped == 0) cv::flip(memory, memory, 0);
+  return true;
+}
+
 OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder order) {
   const int depth = picture.depth();
   if (picture.channels() != 4 || (depth != CV_8U && depth != CV_16U && depth != CV_32F)) {
     throw HostError("a picture must have four channels of 8-bit, 16-bit or float");
   }
-  const bool toFloat = IsFloatFormat(format);
-  const int type = toFloat ? CV_32FC4 : CV_8UC4;
-  const double scale = ScaleTo(depth, toFloat);
-  cv::Mat channels = picture;
-  if (picture.type() != type || scale != 1.0) picture.convertTo(channels, type, scale);
-
-  const bool topFirst = order == RowOrder::kTopFirst;
-  OwnedFrame frame(picture.cols, picture.rows, format, topFirst);
-  // The frame's memory as a picture, turned over when its rows go bottom first.
-  cv::Mat memory(picture.rows, picture.cols, type, frame.Row(0), frame.record().pitch);
-  CopyPixels(channels, memory, IsAlphaFirst(format));
-  if (!topFirst) cv::flip(memory, memory, 0);
+  OwnedFrame frame(picture.cols, picture.rows, format, order == RowOrder::kTopFirst);
+  FillFrame(picture, frame);
   return frame;
 }
 

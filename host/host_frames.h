@@ -37,6 +37,8 @@ class OwnedFrame {
   HostFrame& record() { return record_; }
   const HostFrame& record() const { return record_; }
   uint8_t* Row(int32_t memoryRow) const;
+  // Back to zero, as made; the record's fields are set again.
+  void Clear();
 
  private:
   struct Free {
@@ -49,6 +51,10 @@ class OwnedFrame {
 // Lays the picture (8-bit, 16-bit or float channels, float nominally 0 to 1) out in the
 // format. Byte formats round to nearest; float formats hold channels from 0 to 1.
 OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder order);
+// The same into a frame made for a picture of this size, which keeps its format and row
+// order: a clip's render reuses its frames, since fresh memory costs a page fault every
+// 4 KB. False, and nothing written, when the sizes differ.
+bool FillFrame(const cv::Mat& picture, OwnedFrame& frame);
 
 // A zeroed frame with the same size, format and `flipped` as `frame`.
 OwnedFrame FrameLike(const HostFrame& frame);

@@ -53,12 +53,14 @@ std::string DepthText(int depth) {
 
 }  // namespace
 
-StoredForm StoredFormOf(const std::string& output) {
+StoredForm StoredFormOf(const std::string& output, std::optional<ClipCodec> codec) {
   std::string name = output;
   if (const std::optional<FramePattern> pattern = ParseFramePattern(output)) {
     name = pattern->Name(0);
   } else if (IsVideoName(output)) {
-    return {};
+    if (!codec) return {};
+    const ClipCodecInfo& info = CodecInfo(*codec);
+    return {info.alpha, info.deepBits};
   }
   const std::string extension = std::filesystem::path(name).extension().string();
   for (const Extension& keeping : kKeeping) {
@@ -67,14 +69,15 @@ StoredForm StoredFormOf(const std::string& output) {
   return {};
 }
 
-OutputLoss::OutputLoss(std::string output, int sourceDepth, bool floatFrames)
+OutputLoss::OutputLoss(std::string output, int sourceDepth, bool floatFrames,
+                       std::optional<ClipCodec> codec)
     : output_(std::move(output)),
-      form_(StoredFormOf(output_)),
+      form_(StoredFormOf(output_, codec)),
       sourceDepth_(sourceDepth),
       floatFrames_(floatFrames) {}
 
 std::vector<std::string> OutputLoss::Check(const cv::Mat& picture) {
-  const std::string kind = IsVideoName(output_) ? "a video" : output_;
+  const std::string kind = IsVideoName(output_) ? "the video's codec" : output_;
   std::vector<std::string> warnings;
   if (!depthTold_ && sourceDepth_ != CV_8U) {
     depthTold_ = true;
@@ -84,16 +87,19 @@ std::vector<std::string> OutputLoss::Check(const cv::Mat& picture) {
                          "--format out or give bgra32f to keep them");
     } else if (form_.bits == 8) {
       warnings.push_back("the input has " + DepthText(sourceDepth_) + " channels, but " + kind +
-                         " keeps 8 bits per channel; write .png, .tif or .exr to keep them");
+                         " keeps 8 bits per channel; " +
+                         (IsVideoName(output_) ? "--codec ffv1 or prores4444 keeps them"
+                                               : "write .png, .tif or .exr to keep them"));
     }
   }
   if (!alphaTold_ && !form_.alpha && AnyTranslucent(picture)) {
     alphaTold_ = true;
     warnings.push_back("the result is partly transparent, but " + kind +
-                       " keeps no alpha, so what the effect did in alpha is lost; write " +
-                       (IsVideoName(output_) ? "numbered pictures such as out/%04d.png"
-                                             : ".png, .tif, .webp or .exr") +
-                       " to keep it");
+                       " keeps no alpha, so what the effect did in alpha is lost; " +
+                       (IsVideoName(output_)
+                            ? "--codec prores4444 or ffv1, or numbered pictures such as "
+                              "out/%04d.png, keep it"
+                            : "write .png, .tif, .webp or .exr to keep it"));
   }
   if (!rangeTold_ && form_.bits != 32 && AnyOutOfRange(picture)) {
     rangeTold_ = true;

@@ -3,10 +3,13 @@
 // the user is told once, in one line per kind of loss.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <opencv2/core.hpp>
+
+#include "clip_codecs.h"
 
 namespace vitrella::host {
 
@@ -16,15 +19,16 @@ struct StoredForm {
   bool alpha = false;
   int bits = 8;
 };
-// A pattern's pictures as a picture of its extension; videos as the clip writer makes
-// them, 8-bit without alpha.
-StoredForm StoredFormOf(const std::string& output);
+// A pattern's pictures as a picture of its extension; a video as its codec writes it
+// (8-bit without alpha when none is given).
+StoredForm StoredFormOf(const std::string& output, std::optional<ClipCodec> codec = std::nullopt);
 
 class OutputLoss {
  public:
-  // sourceDepth: the input's channel depth (CV_8U, CV_16U or CV_32F); floatFrames: the
-  // render hands the effect float frames.
-  OutputLoss(std::string output, int sourceDepth, bool floatFrames);
+  // sourceDepth: the input's channel depth (CV_8U, CV_16U or CV_32F).
+  // floatFrames: the render hands the effect float frames; codec: a video's.
+  OutputLoss(std::string output, int sourceDepth, bool floatFrames,
+             std::optional<ClipCodec> codec = std::nullopt);
 
   // Warnings for the losses seen in this rendered picture (upright BGRA, 8-bit or float),
   // each kind told once per render.

@@ -84,12 +84,16 @@ bool IsClipRender(const RenderOptions& options) {
         " renders into a picture file, not into the clip " + options.output);
   }
   if (!clipIn) {
-    const char* clipOption = options.frames         ? "--frames"
-                             : options.rate         ? "--rate"
-                             : options.threads      ? "--threads"
-                             : !options.serveFrames ? "--no-get-frame"
-                             : options.quiet        ? "--quiet"
-                                                    : nullptr;
+    const char* clipOption = options.frames          ? "--frames"
+                             : options.rate          ? "--rate"
+                             : options.threads       ? "--threads"
+                             : !options.serveFrames  ? "--no-get-frame"
+                             : options.quiet         ? "--quiet"
+                             : options.codec         ? "--codec"
+                             : options.crf           ? "--crf"
+                             : options.encoderPreset ? "--encoder-preset"
+                             : !options.audio        ? "--no-audio"
+                                                     : nullptr;
     if (clipOption != nullptr) {
       throw UsageError(std::string("option ") + clipOption +
                        " applies to clips only: a video file or a pattern such as "
@@ -145,7 +149,8 @@ void RunRender(const CommandLine& line) {
   const bool clip = IsClipRender(options);
   // A name no codec can write is refused before any work.
   if (clip) {
-    CheckClipWriter(options.output);
+    CheckClipWriter(
+        {options.output, options.codec, options.crf, options.encoderPreset, options.audio});
   } else {
     CheckPictureWriter(options.output);
   }

@@ -1,18 +1,15 @@
 #include "video_decoder.h"
 
+#include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdarg>
 #include <cstring>
-#include <mutex>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/pixdesc.h>
-#include <libswscale/swscale.h>
 }
 
+#include "av_support.h"
 #include "host_error.h"
 
 namespace vitrella::host {
@@ -22,66 +19,6 @@ namespace {
 constexpr int kMaxSide = 65535;
 // RenderInfo numbers frames with 32 bits.
 constexpr int64_t kMaxFrames = INT32_MAX;
-
-struct FormatCloser {
-  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-struct CodecFreer {
-  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct PacketFreer {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct FrameFreer {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct ScalerFreer {
-  void operator()(SwsContext* context) const { sws_freeContext(context); }
-};
-using FormatContext = std::unique_ptr<AVFormatContext, FormatCloser>;
-using CodecContext = std::unique_ptr<AVCodecContext, CodecFreer>;
-using Packet = std::unique_ptr<AVPacket, PacketFreer>;
-using Frame = std::unique_ptr<AVFrame, FrameFreer>;
-using ScalerContext = std::unique_ptr<SwsContext, ScalerFreer>;
-
-// Lets go of a packet's data however the reading of it ends.
-class PacketData {
- public:
-  explicit PacketData(AVPacket* packet) : packet_(packet) {}
-  PacketData(const PacketData&) = delete;
-  PacketData& operator=(const PacketData&) = delete;
-  ~PacketData() { av_packet_unref(packet_); }
-
- private:
-  AVPacket* packet_;
-};
-
-// The host reports every failure itself, in one line. A callback rather than a level alone,
-// since OpenCV's video writer sets the level again when it first opens.
-void SilenceLibraries() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    av_log_set_level(AV_LOG_QUIET);
-    av_log_set_callback(
-        [](void* /*context*/, int /*level*/, const char* /*format*/, va_list /*arguments*/) {});
-  });
-}
-
-bool Valid(AVRational rational) {
-  return rational.num > 0 && rational.den > 0;
-}
-
-std::string ErrorText(int error) {
-  std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-  av_strerror(error, text.data(), text.size());
-  std::string result = text.data();
-  // FFmpeg's sentences start with a capital; here they follow a parenthesis.
-  if (!result.empty() && result[0] >= 'A' && result[0] <= 'Z' &&
-      (result.size() < 2 || result[1] < 'A' || result[1] > 'Z')) {
-    result[0] = static_cast<char>(result[0] - 'A' + 'a');
-  }
-  return result;
-}
 
 std::string DamageText(const std::string& why) {
   return "its data is damaged (" + why + ")";
@@ -156,18 +93,12 @@ struct VideoDecoder::Scaler {
 };
 
 std::unique_ptr<VideoDecoder::Session> VideoDecoder::Session::Open(const std::string& name) {
-  SilenceLibraries();
   auto session = std::make_unique<Session>();
   if (!session->packet || !session->frame) throw std::bad_alloc();
 
-  // Read as a plain file: a name that looks like a URL or a protocol stays a file name.
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  AVFormatContext* format = nullptr;
-  const int opened = avformat_open_input(&format, ("file:" + name).c_str(), nullptr, &options);
-  av_dict_free(&options);
-  if (opened < 0) throw NotAVideo(name);
-  session->format.reset(format);
+  session->format = OpenInputFile(name);
+  if (!session->format) throw NotAVideo(name);
+  AVFormatContext* format = session->format.get();
   if (avformat_find_stream_info(format, nullptr) < 0) throw NotAVideo(name);
 
   const AVCodec* decoder = nullptr;
@@ -192,8 +123,9 @@ std::unique_ptr<VideoDecoder::Session> VideoDecoder::Session::Open(const std::st
   // corrupt comes out flagged instead of being dropped without a word.
   codec->err_recognition = AV_EF_CRCCHECK | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_EXPLODE;
   codec->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
-  // Frame threads would report a frame's error while decoding a later one.
-  codec->thread_type = FF_THREAD_SLICE;
+  // Frame threads keep decoding up with the effect on every core; a frame's error comes
+  // out when that frame would, which Next numbers as the frame after the last one shown.
+  codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
   codec->thread_count = 0;
   if (avcodec_open2(codec, decoder, nullptr) < 0) throw NotAVideo(name);
   session->stream = stream;
@@ -232,6 +164,40 @@ VideoDecoder::VideoDecoder(const std::string& name)
 
 VideoDecoder::~VideoDecoder() = default;
 
+ClipFacts VideoDecoder::Facts() const {
+  const AVStream& stream = *session_->stream;
+  const AVCodecParameters& parameters = *stream.codecpar;
+  ClipFacts facts;
+  if (Valid(stream.time_base)) {
+    facts.timeBaseNum = stream.time_base.num;
+    facts.timeBaseDen = stream.time_base.den;
+  }
+  const AVRational rate = Valid(stream.avg_frame_rate) ? stream.avg_frame_rate : session_->rate;
+  if (Valid(rate)) {
+    facts.rateNum = rate.num;
+    facts.rateDen = rate.den;
+  }
+  facts.startTimestamp = origin_;
+  AVRational aspect = stream.sample_aspect_ratio;
+  if (!Valid(aspect)) aspect = parameters.sample_aspect_ratio;
+  if (Valid(aspect)) facts.pixelAspect = av_q2d(aspect);
+  facts.fieldOrder = parameters.field_order;
+  facts.colorRange = parameters.color_range;
+  facts.colorSpace = parameters.color_space;
+  facts.colorPrimaries = parameters.color_primaries;
+  facts.colorTransfer = parameters.color_trc;
+  if (const AVPixFmtDescriptor* descriptor =
+          av_pix_fmt_desc_get(static_cast<AVPixelFormat>(parameters.format))) {
+    facts.alpha = (descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+    for (int c = 0; c < descriptor->nb_components; ++c)
+      facts.bits = std::max(facts.bits, descriptor->comp[c].depth);
+  }
+  if (FullRangeFormat(static_cast<AVPixelFormat>(parameters.format))) {
+    facts.colorRange = AVCOL_RANGE_JPEG;
+  }
+  return facts;
+}
+
 std::optional<VideoFrame> VideoDecoder::Next() {
   Session& session = *session_;
   while (!ended_) {
@@ -269,6 +235,7 @@ VideoFrame VideoDecoder::Received() {
   frame.number = Following(NumberAt(timestamp));
   last_ = frame.number >= 0 ? std::optional<int64_t>(frame.number) : std::nullopt;
   frame.key = decoded.key_frame != 0;
+  if (timestamp != AV_NOPTS_VALUE) frame.timestamp = timestamp;
 
   const auto format = static_cast<AVPixelFormat>(decoded.format);
   if ((decoded.flags & AV_FRAME_FLAG_CORRUPT) != 0 || decoded.decode_error_flags != 0) {

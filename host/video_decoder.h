@@ -9,6 +9,8 @@
 
 #include <opencv2/core.hpp>
 
+#include "clip_reader.h"
+
 struct AVFrame;
 
 namespace vitrella::host {
@@ -19,7 +21,8 @@ struct VideoFrame {
   // that the file drops leaves a gap; the count of frames decoded where timestamps are
   // missing. -1 when unknown: no timestamp right after a seek.
   int64_t number = -1;
-  bool key = false;  // decodes without the frames before it
+  bool key = false;                  // decodes without the frames before it
+  std::optional<int64_t> timestamp;  // in the stream's time base, when the frame has one
   // Why the frame cannot be shown, to follow "cannot decode frame N of NAME: "; empty when
   // it decoded whole.
   std::string damage;
@@ -44,6 +47,9 @@ class VideoDecoder {
   bool CountIsEstimate() const { return estimated_; }
   // The stream's average rate, else its base rate; nullopt when it declares neither.
   std::optional<double> FrameRate() const { return rate_; }
+  // The stream's time base, rate, shape, field order and colours; its start once a frame
+  // has been decoded.
+  ClipFacts Facts() const;
 
   // The next frame in display order, or nullopt at the end of the stream. A damaged frame
   // ends the stream until the next Seek or Rewind: what the decoder makes of the data after

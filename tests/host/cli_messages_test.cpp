@@ -69,7 +69,8 @@ TEST_F(VitrellaMessages, AnOutputWithoutAlphaWarnsWhenTheEffectWorkedInAlpha) {
   const std::string clipWarnings =
       Warnings({"--effect", "Spotlight", "--set", "Transparent Background=on", "--quiet",
                 Path("in%03d.png"), Path("out.avi")});
-  EXPECT_THAT(clipWarnings, AllOf(HasSubstr("a video keeps no alpha"), HasSubstr("%04d.png")));
+  EXPECT_THAT(clipWarnings,
+              AllOf(HasSubstr("the video's codec keeps no alpha"), HasSubstr("%04d.png")));
   EXPECT_EQ(Lines(clipWarnings), 1u);
 }
 
