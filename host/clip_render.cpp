@@ -95,6 +95,18 @@ void DecodeFrames(const ClipJob& job) {
   job.queue.CloseInput();
 }
 
+// A video's own times and pixel shape, unless the command line says otherwise.
+RenderInfo FrameInfo(const ClipJob& job, const FrameQueue::Job& frame) {
+  const RenderOptions& options = job.options;
+  RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame.n), job.rate);
+  if (frame.time && !options.rate) info.time = frame.time->seconds;
+  if (job.pixelAspect && !options.pixelAspect) {
+    info.pixelAspect = *job.pixelAspect;
+    info.infoFlags |= kInfoPixelAspectValid;
+  }
+  return info;
+}
+
 void RenderFrames(const ClipJob& job) {
   const RenderOptions& options = job.options;
   const RowOrder order = options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst;
@@ -110,13 +122,7 @@ void RenderFrames(const ClipJob& job) {
       source.emplace(PictureToFrame(*frame->picture, options.format, order));
       destination.emplace(FrameLike(source->record()));
     }
-    RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame->n), job.rate);
-    // A video's own times and pixel shape, unless the command line says otherwise.
-    if (frame->time && !options.rate) info.time = frame->time->seconds;
-    if (job.pixelAspect && !options.pixelAspect) {
-      info.pixelAspect = *job.pixelAspect;
-      info.infoFlags |= kInfoPixelAspectValid;
-    }
+    const RenderInfo info = FrameInfo(job, *frame);
     if (!job.effect.Render(&host, &source->record(), 0, &destination->record(), &info)) {
       throw HostError("the effect " + job.effectName + " did not render frame " +
                       std::to_string(frame->n) + " of " + job.input + " (" +
@@ -141,7 +147,7 @@ void RenderFramesOnGpu(const ClipJob& job) {
   while (std::optional<FrameQueue::Job> frame = job.queue.PopDecoded()) {
     OwnedFrame source = PictureToFrame(*frame->picture, options.format, order);
     OwnedFrame destination = FrameLike(source.record());
-    const RenderInfo info = MakeRenderInfo(options, static_cast<int32_t>(frame->n), job.rate);
+    const RenderInfo info = FrameInfo(job, *frame);
     RenderOnGpu(*services, job.effect, host, source.record(), destination.record(), info,
                 job.effectName);
     job.queue.PushRendered(frame->n, FrameToPicture(destination.record()));
