@@ -45,27 +45,57 @@ struct Span {
   int32_t last;
 };
 
-// The pixels of row y, among left..right, whose centres lie inside every edge, and at
-// least `inset` inside every smoothed one: each edge bounds x from one side, or the
-// whole row when it runs along the row.
-Span RowSpan(const EdgeLine lines[4], double y, double inset, int32_t left, int32_t right) {
-  double low = left;
-  double high = right;
-  for (int i = 0; i < 4; ++i) {
-    const EdgeLine& line = lines[i];
-    const double margin = line.smoothed ? inset : 0.0;
-    const double need = margin - kOnEdge - (line.b * y + line.c);  // a x >= need
-    if (std::fabs(line.a) < 1e-12) {
-      if (need > 0.0) return {left, left - 1};
-    } else if (line.a > 0.0) {
-      low = std::fmax(low, need / line.a);
-    } else {
-      high = std::fmin(high, need / line.a);
+// The pixels of a row, among left..right, whose centres lie inside every edge, and at least
+// `inset` inside every smoothed one: each edge bounds x from one side, or the whole row when
+// it runs along the row. The bounds of edges that run down a column are the same on every
+// row, and are worked out once.
+class RowSpans {
+ public:
+  RowSpans(const EdgeLine lines[4], double inset) {
+    for (int i = 0; i < 4; ++i) {
+      const EdgeLine& line = lines[i];
+      if (line.b == 0.0 && std::fabs(line.a) >= 1e-12) {
+        const double need = Need(line, 0.0, inset);
+        if (line.a > 0.0) {
+          low_ = std::fmax(low_, need / line.a);
+        } else {
+          high_ = std::fmin(high_, need / line.a);
+        }
+      } else {
+        rowLines_[rowCount_++] = line;
+      }
     }
   }
-  if (!(low <= high)) return {left, left - 1};
-  return {static_cast<int32_t>(std::ceil(low)), static_cast<int32_t>(std::floor(high))};
-}
+
+  Span At(double y, double inset, int32_t left, int32_t right) const {
+    double low = std::fmax(left, low_);
+    double high = std::fmin(right, high_);
+    for (int i = 0; i < rowCount_; ++i) {
+      const EdgeLine& line = rowLines_[i];
+      const double need = Need(line, y, inset);  // a x >= need
+      if (std::fabs(line.a) < 1e-12) {
+        if (need > 0.0) return {left, left - 1};
+      } else if (line.a > 0.0) {
+        low = std::fmax(low, need / line.a);
+      } else {
+        high = std::fmin(high, need / line.a);
+      }
+    }
+    if (!(low <= high)) return {left, left - 1};
+    return {static_cast<int32_t>(std::ceil(low)), static_cast<int32_t>(std::floor(high))};
+  }
+
+ private:
+  static double Need(const EdgeLine& line, double y, double inset) {
+    const double margin = line.smoothed ? inset : 0.0;
+    return margin - kOnEdge - (line.b * y + line.c);
+  }
+
+  double low_ = -HUGE_VAL;
+  double high_ = HUGE_VAL;
+  EdgeLine rowLines_[4] = {};
+  int rowCount_ = 0;
+};
 
 // Coverage of the pixel at (x, y) for edge smoothing: per smoothed edge, 1/2 plus the
 // distance inside, clamped to 0..1, multiplied over the edges.
@@ -150,15 +180,17 @@ Status Warp(ConstImageView src, Rect srcRect, const Quad srcQuad, ImageView dst,
       static_cast<int32_t>(std::fmin(std::fmax(firstRow, std::ceil(top - kOnEdge)), lastRow + 1));
   const int32_t lastY = static_cast<int32_t>(
       std::fmax(std::fmin(lastRow, std::floor(bottom + kOnEdge)), firstRow - 1));
+  const RowSpans covered(lines, 0.0);
+  const RowSpans inside(lines, 0.5);
   for (int32_t y = firstY; y <= lastY; ++y) {
-    const Span span = RowSpan(lines, y, 0.0, dstRect.x, dstRect.x + dstRect.width - 1);
+    const Span span = covered.At(y, 0.0, dstRect.x, dstRect.x + dstRect.width - 1);
     if (span.first > span.last) continue;
     wrote = true;
     // Every position of the row counts from its first pixel, in both passes below, so that
     // a pixel samples the same with smoothing as without.
     const WarpRowMap rowMap = RowMap(map, span.first, y, srcRect);
     uint8_t* base = dst.Row(y) + static_cast<ptrdiff_t>(span.first) * kPixelBytes;
-    const Span inner = smooth ? RowSpan(lines, y, 0.5, span.first, span.last) : span;
+    const Span inner = smooth ? inside.At(y, 0.5, span.first, span.last) : span;
     const bool hasInner = inner.first <= inner.last;
     if (hasInner) {
       row(source, rowMap, inner.first - span.first, inner.last + 1 - span.first, base, mode);

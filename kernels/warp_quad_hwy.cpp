@@ -4,6 +4,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "kernels/warp_quad_hwy.h"
@@ -117,7 +118,7 @@ void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32
     const bool pairs = s.width > 1;
     constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(int32_t);
     HWY_ALIGN int32_t offsets[2 * kMaxLanes];
-    HWY_ALIGN int32_t taps[4 * kMaxLanes];
+    HWY_ALIGN int32_t taps[4 * kMaxLanes] = {};
     const auto store = [&](hn::Vec<decltype(di)> pixels, int32_t at) {
       int32_t* out = reinterpret_cast<int32_t*>(base + static_cast<ptrdiff_t>(at) * 4);
       if (at + lanes <= end) {
@@ -151,8 +152,12 @@ void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32
         const auto pair = hn::Sub(o00, hn::IfThenZeroElse(inside, hn::Set(di, 4)));
         hn::Store(pair, di, offsets);
         hn::Store(hn::Add(pair, stepY), di, offsets + lanes);
-        for (int32_t j = 0; j < 2 * lanes; ++j)
+        // Lanes past the row's end keep what they held: they are not stored.
+        const int32_t count = std::min(lanes, end - i);
+        for (int32_t j = 0; j < count; ++j) {
           std::memcpy(taps + 2 * j, s.origin + offsets[j], 8);
+          std::memcpy(taps + 2 * (lanes + j), s.origin + offsets[lanes + j], 8);
+        }
         const auto t0 = hn::Load(di, taps);
         const auto t1 = hn::Load(di, taps + lanes);
         const auto b0 = hn::Load(di, taps + 2 * lanes);
