@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "platform/form_protocol.h"
 #include "platform/module.h"
 #include "platform/text.h"
 #include "platform/ui_backends.h"
@@ -38,28 +39,10 @@ std::optional<int> AnswerNamed(std::string_view name) {
   return std::nullopt;
 }
 
-// One field of a log line: no tab or line end may stand in it unescaped.
+// One field of a log line: no tab or line end may stand in it unescaped, the same escapes
+// as the form helper's lines.
 std::string LogField(std::u16string_view text) {
-  std::string out;
-  for (const char c : WideToUtf8(text)) {
-    switch (c) {
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
+  return form_protocol::Escape(WideToUtf8(text));
 }
 
 // Appends one whole line, so that lines of several writers do not interleave.

@@ -254,4 +254,25 @@ class FakeContext final : public IGLContext {
   std::map<uint32_t, bool> enabled;
 };
 
+// A host that offers the fake services and nothing else.
+class ServingHost final : public IEffectHost {
+ public:
+  Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override {
+    if (iid == kIID_IGPUServices) {
+      services.AddRef();
+      *out = &services;
+      return kOk;
+    }
+    *out = nullptr;
+    return kNoInterface;
+  }
+  uint32_t VITRELLA_CALL AddRef() override { return 1; }
+  uint32_t VITRELLA_CALL Release() override { return 1; }
+  int32_t VITRELLA_CALL GetParamValue(uint32_t, void*, ParamKind) override { return 0; }
+  void* VITRELLA_CALL GetFrame(const RenderInfo*, HostFrame*) override { return nullptr; }
+  int32_t VITRELLA_CALL ReleaseFrame(void*, HostFrame*) override { return 0; }
+  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override { return info; }
+  FakeServices services;
+};
+
 }  // namespace vitrella::testing

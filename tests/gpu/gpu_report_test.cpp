@@ -12,26 +12,6 @@
 namespace vitrella {
 namespace {
 
-class ServicesHost final : public IEffectHost {
- public:
-  Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override {
-    if (iid == kIID_IGPUServices) {
-      services.AddRef();
-      *out = &services;
-      return kOk;
-    }
-    *out = nullptr;
-    return kNoInterface;
-  }
-  uint32_t VITRELLA_CALL AddRef() override { return 1; }
-  uint32_t VITRELLA_CALL Release() override { return 1; }
-  int32_t VITRELLA_CALL GetParamValue(uint32_t, void*, ParamKind) override { return 0; }
-  void* VITRELLA_CALL GetFrame(const RenderInfo*, HostFrame*) override { return nullptr; }
-  int32_t VITRELLA_CALL ReleaseFrame(void*, HostFrame*) override { return 0; }
-  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override { return info; }
-  testing::FakeServices services;
-};
-
 TEST(GpuReport, NamesEachEffectAndTheHostsDiagnostic) {
   auto* library = new CVitrellaEffects3();
   testing::FakeHost plain;
@@ -39,7 +19,7 @@ TEST(GpuReport, NamesEachEffectAndTheHostsDiagnostic) {
   EXPECT_EQ(GpuReportText(&plain, nullptr), u"Effect library is empty.\r\n");
   EXPECT_EQ(GpuReportText(&plain, library), u"Video host does not support GPU.\r\n");
 
-  ServicesHost host;
+  testing::ServingHost host;
   host.services.gpuEffect = "Spotlight";
   host.services.diagnostic = u"llvmpipe (LLVM 15.0.6, 256 bits)";
   const std::u16string text = GpuReportText(&host, library);

@@ -222,32 +222,12 @@ class ProbeEffect final : public EffectBase<ProbeEffect, GPUEffectHelper> {
   static constexpr EffectTable kTable{"Probe", kTraitsPlain, {}, {}};
 };
 
-class ServingHost final : public IEffectHost {
- public:
-  Result VITRELLA_CALL QueryInterface(const Guid& iid, void** out) override {
-    if (iid == kIID_IGPUServices) {
-      services.AddRef();
-      *out = &services;
-      return kOk;
-    }
-    *out = nullptr;
-    return kNoInterface;
-  }
-  uint32_t VITRELLA_CALL AddRef() override { return 1; }
-  uint32_t VITRELLA_CALL Release() override { return 1; }
-  int32_t VITRELLA_CALL GetParamValue(uint32_t, void*, ParamKind) override { return 0; }
-  void* VITRELLA_CALL GetFrame(const RenderInfo*, HostFrame*) override { return nullptr; }
-  int32_t VITRELLA_CALL ReleaseFrame(void*, HostFrame*) override { return 0; }
-  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override { return info; }
-  testing::FakeServices services;
-};
-
 TEST(MonitorReport, RenderGPUReportsBeginBeforeAndEndAfterTheRender) {
   MonitorFolder folder;
   FakeMonitor monitor(folder.SocketPath());
   ASSERT_TRUE(monitor.ok());
   auto* effect = new ProbeEffect();
-  ServingHost host;
+  testing::ServingHost host;
   testing::FakeContext context;
   const RenderInfo info = testing::WholeFrameInfo();
   GPUTextureRef source{nullptr, PixelFormat8BGRA, 4, 4, 4, 4, 0, 0, 0};
@@ -268,7 +248,7 @@ TEST(MonitorReport, RenderGPUReportsBeginBeforeAndEndAfterTheRender) {
 TEST(MonitorReport, RenderGPUWhoseBeginFailedSendsNoEnd) {
   MonitorFolder folder;
   auto* effect = new ProbeEffect();
-  ServingHost host;
+  testing::ServingHost host;
   testing::FakeContext context;
   const RenderInfo info = testing::WholeFrameInfo();
   GPUTextureRef source{nullptr, PixelFormat8BGRA, 4, 4, 4, 4, 0, 0, 0};
