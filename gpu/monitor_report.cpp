@@ -1,5 +1,6 @@
 #include "gpu/monitor_report.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +33,34 @@ std::string MonitorProgram() {
 // Filled once; a name that is missing stays "Unknown" for the life of the process.
 std::string NameOrUnknown(const char* name) {
   return name != nullptr && *name != '\0' ? std::string(name) : std::string(kUnknownName);
+}
+
+// A monitor program that could not be started is not tried again for a while: without
+// this, every report of a host whose monitor is missing would search the process list and
+// fork twice, two reports a frame.
+class FailedStarts {
+ public:
+  static constexpr std::chrono::seconds kRetryAfter{30};
+
+  bool RecentlyFailed(const std::string& program) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return program == program_ && std::chrono::steady_clock::now() < until_;
+  }
+  void Failed(const std::string& program) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    program_ = program;
+    until_ = std::chrono::steady_clock::now() + kRetryAfter;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::string program_;
+  std::chrono::steady_clock::time_point until_;
+};
+
+FailedStarts& ProcessFailedStarts() {
+  static FailedStarts starts;
+  return starts;
 }
 
 }  // namespace
@@ -94,8 +123,14 @@ bool SendMonitorReport(const char* host, const char* library, const char* effect
       }
       // A monitor that runs without its socket may be on its way out: the report is lost.
       const std::string program = MonitorProgram();
-      if (started || platform::MonitorRunning(program)) return false;
-      if (!platform::StartMonitor(program)) return false;
+      if (started || ProcessFailedStarts().RecentlyFailed(program) ||
+          platform::MonitorRunning(program)) {
+        return false;
+      }
+      if (!platform::StartMonitor(program)) {
+        ProcessFailedStarts().Failed(program);
+        return false;
+      }
       started = true;
       platform::SleepMilliseconds(limits.startWaitMs);
     }

@@ -16,9 +16,18 @@ std::atomic<bool> g_reference{false};
 }  // namespace
 
 void SelectKernelPath() {
+  // VITRELLA_KERNELS names one path ("reference", "AVX2", "SSE4", ...) to run every kernel
+  // on, as a machine without the better ones would; an unknown name leaves the best.
   const char* forced = std::getenv("VITRELLA_KERNELS");
   g_reference.store(forced != nullptr && std::strcmp(forced, "reference") == 0);
   hwy::SetSupportedTargetsForTest(0);
+  if (forced != nullptr) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+      if (std::strcmp(hwy::TargetName(target), forced) == 0) {
+        hwy::SetSupportedTargetsForTest(target);
+      }
+    }
+  }
   hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <set>
 #include <thread>
@@ -150,6 +151,17 @@ TEST(MonitorReport, MissingMonitorFailsAtOnceWhenItCannotBeStarted) {
   const Clock::time_point start = Clock::now();
   EXPECT_FALSE(SendMonitorReport("H", "L", "E", "g", kRenderBegins));
   EXPECT_LT(SecondsSince(start), 1.0);
+  // The failed start is remembered: the next reports neither look for it nor start it,
+  // even once a program stands there.
+  const std::string marker = folder.root() + "/started";
+  {
+    std::ofstream program(folder.ProgramPath());
+    program << "#!/bin/sh\ntouch '" << marker << "'\n";
+  }
+  std::filesystem::permissions(folder.ProgramPath(), std::filesystem::perms::owner_all);
+  EXPECT_FALSE(SendMonitorReport("H", "L", "E", "g", kRenderEnded));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_FALSE(std::filesystem::exists(marker));
 }
 
 TEST(MonitorReport, BusyMonitorThatFreesWithinTheWaitGetsTheMessage) {
