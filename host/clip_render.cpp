@@ -19,6 +19,7 @@
 #include "host_frames.h"
 #include "interruption.h"
 #include "output_loss.h"
+#include "picture_pool.h"
 #include "progress_bar.h"
 #include "render_command.h"
 #include "vitrella/pixel_format.h"
@@ -65,6 +66,7 @@ struct ClipJob {
   bool warmUp = false;
   FrameServer& server;
   FrameQueue& queue;
+  PicturePool& rendered;  // the pictures handed to the writer
 };
 
 void DecodeFrames(const ClipJob& job) {
@@ -107,6 +109,13 @@ RenderInfo FrameInfo(const ClipJob& job, const FrameQueue::Job& frame) {
   return info;
 }
 
+cv::Mat RenderedPicture(const ClipJob& job, const HostFrame& frame) {
+  cv::Mat picture = job.rendered.Take(frame.height, frame.width,
+                                      IsFloatFormat(frame.format) ? CV_32FC4 : CV_8UC4);
+  FrameToPicture(frame, picture);
+  return picture;
+}
+
 void RenderFrames(const ClipJob& job) {
   const RenderOptions& options = job.options;
   const RowOrder order = options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst;
@@ -130,7 +139,7 @@ void RenderFrames(const ClipJob& job) {
                       std::to_string(source->record().height) + ", " +
                       std::string(FormatName(options.format)) + ")");
     }
-    job.queue.PushRendered(frame->n, FrameToPicture(destination->record()));
+    job.queue.PushRendered(frame->n, RenderedPicture(job, destination->record()));
   }
 }
 
@@ -150,7 +159,7 @@ void RenderFramesOnGpu(const ClipJob& job) {
     const RenderInfo info = FrameInfo(job, *frame);
     RenderOnGpu(*services, job.effect, host, source.record(), destination.record(), info,
                 job.effectName);
-    job.queue.PushRendered(frame->n, FrameToPicture(destination.record()));
+    job.queue.PushRendered(frame->n, RenderedPicture(job, destination.record()));
   }
 }
 
@@ -205,6 +214,8 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
   FrameServer server(std::move(reader), inFlight + kFramesLookedBack + 2, options.format,
                      options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst);
   FrameQueue queue(inFlight);
+  // The queue's frames, those the writer holds and one each thread is filling.
+  PicturePool rendered(inFlight + threads + 2);
   const ClipJob job{
       effect,
       effectName,
@@ -217,7 +228,8 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
       NextInstanceKey(),
       options.serveFrames && (traits & kTraitReadsOtherFrames) != 0 && range.first > 0,
       server,
-      queue};
+      queue,
+      rendered};
 
   ProgressBar bar(range.last ? std::optional<int64_t>(*range.last - range.first + 1) : std::nullopt,
                   !options.quiet);

@@ -144,6 +144,12 @@ OwnedFrame FrameLike(const HostFrame& frame) {
 }
 
 cv::Mat FrameToPicture(const HostFrame& frame) {
+  cv::Mat picture;
+  FrameToPicture(frame, picture);
+  return picture;
+}
+
+void FrameToPicture(const HostFrame& frame, cv::Mat& picture) {
   const int32_t pixelBytes = PixelBytesOf(frame.format);
   if (frame.data == nullptr || frame.width <= 0 || frame.height <= 0 || pixelBytes == 0 ||
       frame.pixelBytes != pixelBytes ||
@@ -153,14 +159,15 @@ cv::Mat FrameToPicture(const HostFrame& frame) {
   const int type = IsFloatFormat(frame.format) ? CV_32FC4 : CV_8UC4;
   // Row by row, since the pitch may be negative or no multiple of a channel's size; record row
   // i is the picture's row i when the frame is flipped, and is turned over below otherwise.
-  cv::Mat picture(frame.height, frame.width, type);
+  if (picture.rows != frame.height || picture.cols != frame.width || picture.type() != type) {
+    picture = cv::Mat(frame.height, frame.width, type);
+  }
   for (int32_t i = 0; i < frame.height; ++i) {
     const cv::Mat row(1, frame.width, type, frame.data + static_cast<ptrdiff_t>(i) * frame.pitch);
     cv::Mat out = picture.row(i);
     CopyPixels(row, out, IsAlphaFirst(frame.format));
   }
   if (frame.flipped == 0) cv::flip(picture, picture, 0);
-  return picture;
 }
 
 }  // namespace vitrella::host

@@ -64,5 +64,8 @@ OwnedFrame FrameLike(const HostFrame& frame);
 // with the picture's top first when `flipped` is set. Throws HostError for a record that
 // cannot describe a frame of the host's formats.
 cv::Mat FrameToPicture(const HostFrame& frame);
+// The same into `picture`, which must be a picture of the frame's size and type that
+// nobody else holds (as a PicturePool hands out); it is made anew otherwise.
+void FrameToPicture(const HostFrame& frame, cv::Mat& picture);
 
 }  // namespace vitrella::host

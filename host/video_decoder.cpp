@@ -375,7 +375,7 @@ cv::Mat VideoDecoder::Picture(const VideoFrame& frame, int64_t n) {
   const int height = decoded.height;
   SwsContext* scaler = scaler_->For(decoded, *descriptor, deep);
   if (scaler == nullptr) throw failed();
-  cv::Mat picture(height, width, deep ? CV_16UC4 : CV_8UC4);
+  cv::Mat picture = pictures_.Take(height, width, deep ? CV_16UC4 : CV_8UC4);
   uint8_t* const planes[4] = {picture.data, nullptr, nullptr, nullptr};
   const int strides[4] = {static_cast<int>(picture.step[0]), 0, 0, 0};
   if (sws_scale(scaler, decoded.data, decoded.linesize, 0, height, planes, strides) != height) {

@@ -10,6 +10,7 @@
 #include <opencv2/core.hpp>
 
 #include "clip_reader.h"
+#include "picture_pool.h"
 
 struct AVFrame;
 
@@ -33,6 +34,10 @@ struct VideoFrame {
 // Not safe for concurrent calls.
 class VideoDecoder {
  public:
+  // Decoded pictures reused once their holders have let them go; a render holds a few
+  // dozen at most.
+  static constexpr size_t kPicturesKept = 32;
+
   // Throws HostError naming `name` when the file holds no video stream that FFmpeg
   // decodes, or frames larger than the host takes.
   explicit VideoDecoder(const std::string& name);
@@ -79,6 +84,7 @@ class VideoDecoder {
   void Restart(std::optional<int64_t> last);
 
   std::string name_;
+  PicturePool pictures_{kPicturesKept};
   std::unique_ptr<Session> session_;
   std::unique_ptr<Scaler> scaler_;
   std::optional<int64_t> count_;
