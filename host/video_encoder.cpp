@@ -13,6 +13,7 @@ extern "C" {
 #include "host_error.h"
 #include "message_text.h"
 #include "replacing_file.h"
+#include "yuv420_from_bgra.h"
 
 namespace vitrella::host {
 namespace {
@@ -119,6 +120,15 @@ class VideoEncoder final : public ClipWriter {
     }
     const int made = av_frame_make_writable(frame_.get());
     if (made < 0) throw Failed(n, made);
+    if (yuv420_ && pixels->depth() == CV_8U) {
+      Yuv420FromBgra(pixels->data, static_cast<ptrdiff_t>(pixels->step[0]), pixels->cols,
+                     pixels->rows, *yuv420_, fullRange_,
+                     {frame_->data[0], frame_->data[1], frame_->data[2], frame_->linesize[0],
+                      frame_->linesize[1], frame_->linesize[2]});
+      frame_->pts = pts;
+      Send(frame_.get(), n);
+      return;
+    }
     const uint8_t* const planes[4] = {pixels->data, nullptr, nullptr, nullptr};
     const int strides[4] = {static_cast<int>(pixels->step[0]), 0, 0, 0};
     if (sws_scale(scaler_.get(), planes, strides, 0, pixels->rows, frame_->data,
@@ -277,6 +287,10 @@ class VideoEncoder final : public ClipWriter {
       sws_setColorspaceDetails(scaler_.get(), coefficients, 1, coefficients, fullRange ? 1 : 0, 0,
                                1 << 16, 1 << 16);
     }
+    if (!deep_ && (pixels == AV_PIX_FMT_YUV420P || pixels == AV_PIX_FMT_YUVJ420P)) {
+      yuv420_ = YuvMatrixOf(codec->colorspace);
+      fullRange_ = fullRange;
+    }
   }
 
   // Hands a frame to the encoder (null: the end) and writes what comes out.
@@ -324,6 +338,9 @@ class VideoEncoder final : public ClipWriter {
   Frame frame_;
   Packet packet_{av_packet_alloc()};
   ScalerContext scaler_;
+  // Set where 8-bit 4:2:0 frames are converted by our own loop rather than swscale.
+  std::optional<YuvMatrix> yuv420_;
+  bool fullRange_ = false;
 };
 
 }  // namespace
