@@ -6,6 +6,7 @@
 
 #include "core/frame_geometry.h"
 #include "core/frame_ops.h"
+#include "core/vector_clones.h"
 #include "kernels/warp_quad.h"
 
 namespace vitrella {
@@ -156,6 +157,56 @@ void BoxRegion(FrameBuffer& plane, int32_t w, int32_t h, int32_t k, int32_t kv, 
     std::copy_n(out.data() + static_cast<ptrdiff_t>(y) * w, w, plane.Row<T>(m + y) + m);
 }
 
+// The byte box filter where every window's sum fits in 31 bits, as the general one gives
+// it, bit for bit. Column sums in 32 bits; a row's window sums as differences of a
+// running total that may wrap, since each window's own sum still fits; the rounded
+// quotient from the reciprocal, set right by one step either way. Each loop runs along
+// memory without a carried value but the running total, so the compiler vectorises it.
+VITRELLA_VECTOR_CLONES
+void BoxRegionBytes(FrameBuffer& plane, int32_t w, int32_t h, int32_t k, int32_t kv, int32_t m,
+                    std::vector<uint8_t>& out) {
+  const int32_t ay = kv >> 1;
+  const int32_t pw = plane.width;
+  std::vector<uint32_t> columns(static_cast<size_t>(pw), 0u);
+  std::vector<uint32_t> running(static_cast<size_t>(pw) + 1, 0u);
+  uint32_t* col = columns.data();
+  uint32_t* total = running.data();
+  for (int32_t j = 0; j < kv; ++j) {
+    const uint8_t* row = plane.Row<const uint8_t>(m - ay + j);
+    for (int32_t x = 0; x < pw; ++x)
+      col[x] += row[x];
+  }
+  const auto area = static_cast<uint32_t>(k) * static_cast<uint32_t>(kv);
+  const uint32_t half = area / 2;
+  const double reciprocal = 1.0 / static_cast<double>(area);
+  out.resize(static_cast<size_t>(w) * h);
+  for (int32_t y = 0; y < h; ++y) {
+    if (y > 0) {
+      const uint8_t* leaving = plane.Row<const uint8_t>(m + y - 1 - ay);
+      const uint8_t* coming = plane.Row<const uint8_t>(m + y - 1 - ay + kv);
+      for (int32_t x = 0; x < pw; ++x)
+        col[x] = col[x] + coming[x] - leaving[x];
+    }
+    for (int32_t x = 0; x < w + k - 1; ++x)
+      total[x + 1] = total[x] + col[x];
+    uint8_t* o = out.data() + static_cast<ptrdiff_t>(y) * w;
+    for (int32_t x = 0; x < w; ++x) {
+      const uint32_t n = total[x + k] - total[x] + half;
+      auto q = static_cast<uint32_t>(static_cast<int32_t>(static_cast<double>(n) * reciprocal));
+      q -= q * area > n ? 1u : 0u;
+      q += (q + 1) * area <= n ? 1u : 0u;
+      o[x] = static_cast<uint8_t>(q);
+    }
+  }
+  for (int32_t y = 0; y < h; ++y)
+    std::copy_n(out.data() + static_cast<ptrdiff_t>(y) * w, w, plane.Row<uint8_t>(m + y) + m);
+}
+
+// Whether every window of k x kv bytes sums within 31 bits, with half the area added.
+bool BoxFitsBytes(int32_t k, int32_t kv) {
+  return int64_t{255} * k * kv + int64_t{k} * kv < (int64_t{1} << 31);
+}
+
 template <typename T>
 bool Blur(FrameBuffer& s, int32_t alpha, int32_t k, int32_t kv, MemoryAllocator* memory) {
   const int32_t w = s.width;
@@ -173,7 +224,13 @@ bool Blur(FrameBuffer& s, int32_t alpha, int32_t k, int32_t kv, MemoryAllocator*
       out[x] = in[4 * x + alpha];
   }
   std::vector<T> scratch;
-  BoxRegion<T>(plane, w, h, k, kv, m, scratch);
+  const auto box = [&] {
+    if constexpr (sizeof(T) == 1) {
+      if (BoxFitsBytes(k, kv)) return BoxRegionBytes(plane, w, h, k, kv, m, scratch);
+    }
+    BoxRegion<T>(plane, w, h, k, kv, m, scratch);
+  };
+  box();
   const T threshold = sizeof(T) == 1 ? T(253) : static_cast<T>(253.0f / 255.0f);
   for (int32_t y = 0; y < plane.height; ++y) {
     T* row = plane.Row<T>(y);
@@ -181,7 +238,7 @@ bool Blur(FrameBuffer& s, int32_t alpha, int32_t k, int32_t kv, MemoryAllocator*
       if (row[x] < threshold) row[x] = T{};
     }
   }
-  BoxRegion<T>(plane, w, h, k, kv, m, scratch);
+  box();
   for (int32_t y = 0; y < h; ++y) {
     const T* in = plane.Row<const T>(m + y) + m;
     T* out = s.Row<T>(y);

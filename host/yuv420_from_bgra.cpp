@@ -4,12 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-// Compiled twice on x86-64, for AVX2 and for the baseline, and chosen at load.
-#if defined(__x86_64__) && defined(__linux__) && !defined(__SANITIZE_THREAD__)
-#define VITRELLA_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define VITRELLA_VECTOR_CLONES
-#endif
+#include "core/vector_clones.h"
 
 namespace vitrella::host {
 namespace {
