@@ -63,9 +63,7 @@ class FakeHost final : public IEffectHost {
   void* VITRELLA_CALL GetFrame(const RenderInfo* /*which*/, HostFrame* /*frame*/) override {
     return nullptr;
   }
-  int32_t VITRELLA_CALL ReleaseFrame(void* /*handle*/, HostFrame* /*frame*/) override {
-    return 0;
-  }
+  int32_t VITRELLA_CALL ReleaseFrame(void* /*handle*/, HostFrame* /*frame*/) override { return 0; }
   HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override {
     std::memset(info, 0, sizeof(HostInfo));
     info->hostName = "test host";

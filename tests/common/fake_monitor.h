@@ -9,15 +9,13 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "common/scoped_env.h"
 #include "platform/monitor_channel.h"
 
 namespace vitrella::testing {
@@ -25,43 +23,20 @@ namespace vitrella::testing {
 // Points the monitor's socket and program into a fresh folder for one test.
 class MonitorFolder {
  public:
-  MonitorFolder() {
-    std::string pattern = std::filesystem::temp_directory_path() / "vitrella-monitor-XXXXXX";
-    root_ = mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
-    Keep(platform::kMonitorSocketVariable, SocketPath(), socket_);
-    // No program there unless a test puts one.
-    Keep(platform::kMonitorProgramVariable, ProgramPath(), program_);
-  }
+  MonitorFolder() = default;
   MonitorFolder(const MonitorFolder&) = delete;
   MonitorFolder& operator=(const MonitorFolder&) = delete;
-  ~MonitorFolder() {
-    Restore(platform::kMonitorSocketVariable, socket_);
-    Restore(platform::kMonitorProgramVariable, program_);
-    std::error_code ignored;
-    if (!root_.empty()) std::filesystem::remove_all(root_, ignored);
-  }
-  std::string SocketPath() const { return root_ + "/monitor.socket"; }
+  std::string SocketPath() const { return root_.path() + "/monitor.socket"; }
   // A name of its own (15 bytes at most, as the system keeps it), so that monitors of
   // tests that run at the same time do not see each other.
-  std::string ProgramPath() const { return root_ + "/GPUMon-" + std::to_string(getpid()); }
-  const std::string& root() const { return root_; }
+  std::string ProgramPath() const { return root_.path() + "/GPUMon-" + std::to_string(getpid()); }
+  const std::string& root() const { return root_.path(); }
 
  private:
-  static void Keep(const char* name, const std::string& value, std::optional<std::string>& old) {
-    const char* was = std::getenv(name);
-    old = was != nullptr ? std::optional<std::string>(was) : std::nullopt;
-    setenv(name, value.c_str(), 1);
-  }
-  static void Restore(const char* name, const std::optional<std::string>& value) {
-    if (value) {
-      setenv(name, value->c_str(), 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  std::string root_;
-  std::optional<std::string> socket_;
-  std::optional<std::string> program_;
+  TempRoot root_{"vitrella-monitor-"};
+  ScopedEnv socket_{platform::kMonitorSocketVariable, SocketPath()};
+  // No program there unless a test puts one.
+  ScopedEnv program_{platform::kMonitorProgramVariable, ProgramPath()};
 };
 
 class FakeMonitor {

@@ -11,7 +11,9 @@
 
 namespace vitrella::kernels {
 
-inline void PrintTo(const KernelVariant& variant, std::ostream* out) { *out << variant.name; }
+inline void PrintTo(const KernelVariant& variant, std::ostream* out) {
+  *out << variant.name;
+}
 
 // A fixture base: the chosen variant is in force for the test and undone after it.
 class OnEveryKernelPath : public ::testing::TestWithParam<KernelVariant> {
@@ -27,7 +29,7 @@ inline std::string KernelVariantName(const ::testing::TestParamInfo<KernelVarian
 }  // namespace vitrella::kernels
 
 // INSTANTIATE_ON_EVERY_KERNEL_PATH(Fixture) runs every TEST_P of Fixture on every path.
-#define INSTANTIATE_ON_EVERY_KERNEL_PATH(fixture)                                          \
-  INSTANTIATE_TEST_SUITE_P(Paths, fixture,                                                 \
-                           ::testing::ValuesIn(::vitrella::kernels::KernelVariants()),     \
+#define INSTANTIATE_ON_EVERY_KERNEL_PATH(fixture)                                      \
+  INSTANTIATE_TEST_SUITE_P(Paths, fixture,                                             \
+                           ::testing::ValuesIn(::vitrella::kernels::KernelVariants()), \
                            ::vitrella::kernels::KernelVariantName)

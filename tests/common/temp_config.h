@@ -2,33 +2,22 @@
 // reads or writes the real ~/.config or /etc/xdg, and puts the environment back after.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <string>
+
+#include "common/scoped_env.h"
 
 namespace vitrella::testing {
 
 class TempConfig {
  public:
-  TempConfig() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "vitrella-config-XXXXXX");
-    root_ = mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
-    Keep("XDG_CONFIG_HOME", root_ + "/user");
-    Keep("XDG_CONFIG_DIRS", root_ + "/machine");
-  }
+  TempConfig() = default;
   TempConfig(const TempConfig&) = delete;
   TempConfig& operator=(const TempConfig&) = delete;
-  ~TempConfig() {
-    Restore("XDG_CONFIG_HOME", home_);
-    Restore("XDG_CONFIG_DIRS", dirs_);
-    std::error_code ignored;
-    if (!root_.empty()) std::filesystem::remove_all(root_, ignored);
-  }
 
-  std::string UserFile() const { return root_ + "/user/corvane/settings.ini"; }
-  std::string MachineFile() const { return root_ + "/machine/corvane/settings.ini"; }
+  std::string UserFile() const { return root_.path() + "/user/corvane/settings.ini"; }
+  std::string MachineFile() const { return root_.path() + "/machine/corvane/settings.ini"; }
 
   // Writes a settings file by hand, as an administrator or a damaged disk would.
   static void WriteFile(const std::string& path, const std::string& bytes) {
@@ -41,23 +30,11 @@ class TempConfig {
   }
 
  private:
-  void Keep(const char* name, const std::string& value) {
-    const char* old = std::getenv(name);
-    (std::string(name) == "XDG_CONFIG_HOME" ? home_ : dirs_) =
-        old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-    setenv(name, value.c_str(), 1);
-  }
-  static void Restore(const char* name, const std::optional<std::string>& value) {
-    if (value) {
-      setenv(name, value->c_str(), 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-
-  std::string root_;
-  std::optional<std::string> home_;
-  std::optional<std::string> dirs_;
+  // Declared in this order: the folder is made before the variables point into it, and
+  // the variables are put back before it is removed.
+  TempRoot root_{"vitrella-config-"};
+  ScopedEnv home_{"XDG_CONFIG_HOME", root_.path() + "/user"};
+  ScopedEnv dirs_{"XDG_CONFIG_DIRS", root_.path() + "/machine"};
 };
 
 }  // namespace vitrella::testing

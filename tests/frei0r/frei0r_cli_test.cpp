@@ -15,7 +15,6 @@
 
 #include "frei0r_plugin.h"
 #include "host/run_vitrella.h"
-#include "run_program.h"
 #include "vitrella/library.h"
 
 namespace vitrella::testing {
@@ -48,12 +47,12 @@ std::vector<std::string> ProgramEnvironment() {
   return env;
 }
 
-ProgramRun Ffmpeg(std::vector<std::string> args) {
+RunResult Ffmpeg(std::vector<std::string> args) {
   args.insert(args.begin(), {"ffmpeg", "-nostdin", "-hide_banner", "-v", "error", "-y"});
   return RunProgram(args, ProgramEnvironment());
 }
 
-ProgramRun Melt(std::vector<std::string> args) {
+RunResult Melt(std::vector<std::string> args) {
   args.insert(args.begin(), "melt");
   return RunProgram(args, ProgramEnvironment());
 }
@@ -214,7 +213,7 @@ class Frei0rEndToEnd : public ::testing::TestWithParam<uint32_t> {
                              input.chain + ",frei0r=filter_name=vitrella_" + effect +
                                  ":filter_params=" + params,
                              "-pix_fmt", "rgba", "-start_number", "0", ours + "/%04d.png"});
-    const ProgramRun run = Ffmpeg(args);
+    const RunResult run = Ffmpeg(args);
     ASSERT_EQ(run.exitCode, 0) << run.err;
 
     std::vector<std::string> render{"render", "--effect", std::to_string(GetParam()),
@@ -279,8 +278,8 @@ TEST_F(Frei0rPrograms, BadValuesNeitherCrashNorStopTheRender) {
   for (const auto& [effect, params] : cases) {
     std::string filter = "frei0r=filter_name=vitrella_" + effect;
     filter.append(":filter_params=").append(params);
-    const ProgramRun run = Ffmpeg({"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25", "-frames:v",
-                                   "2", "-vf", filter, "-f", "null", "-"});
+    const RunResult run = Ffmpeg({"-f", "lavfi", "-i", "testsrc=size=64x48:rate=25", "-frames:v",
+                                  "2", "-vf", filter, "-f", "null", "-"});
     EXPECT_EQ(run.exitCode, 0) << effect << ": " << run.err;
   }
 }
@@ -291,38 +290,38 @@ TEST_F(Frei0rPrograms, TwoInstancesOnFilterThreads) {
   const std::string graph =
       "[0:v]format=bgra,frei0r=vitrella_diffusion:Pink Sky[a];"
       "[1:v]format=bgra,frei0r=vitrella_diffusion[b]";
-  const ProgramRun run = Ffmpeg({"-filter_threads",
-                                 "2",
-                                 "-f",
-                                 "lavfi",
-                                 "-i",
-                                 "testsrc=size=128x96:rate=25",
-                                 "-f",
-                                 "lavfi",
-                                 "-i",
-                                 "testsrc2=size=128x96:rate=25",
-                                 "-filter_complex",
-                                 graph,
-                                 "-map",
-                                 "[a]",
-                                 "-frames:v",
-                                 "4",
-                                 "-f",
-                                 "null",
-                                 "-",
-                                 "-map",
-                                 "[b]",
-                                 "-frames:v",
-                                 "4",
-                                 "-f",
-                                 "null",
-                                 "-"});
+  const RunResult run = Ffmpeg({"-filter_threads",
+                                "2",
+                                "-f",
+                                "lavfi",
+                                "-i",
+                                "testsrc=size=128x96:rate=25",
+                                "-f",
+                                "lavfi",
+                                "-i",
+                                "testsrc2=size=128x96:rate=25",
+                                "-filter_complex",
+                                graph,
+                                "-map",
+                                "[a]",
+                                "-frames:v",
+                                "4",
+                                "-f",
+                                "null",
+                                "-",
+                                "-map",
+                                "[b]",
+                                "-frames:v",
+                                "4",
+                                "-f",
+                                "null",
+                                "-"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
 }
 
 TEST_F(Frei0rPrograms, MeltListsOurNamesAndDefaults) {
   if (!HaveProgram("melt")) GTEST_SKIP() << "melt is not installed";
-  const ProgramRun run = Melt({"-query", "filter=frei0r.vitrella_spotlight"});
+  const RunResult run = Melt({"-query", "filter=frei0r.vitrella_spotlight"});
   ASSERT_EQ(run.exitCode, 0) << run.err;
   for (const char* expected :
        {"Vitrella Spotlight", "title: preset", "title: Shape/Size", "title: Background/Blur",
@@ -334,9 +333,9 @@ TEST_F(Frei0rPrograms, MeltListsOurNamesAndDefaults) {
 TEST_F(Frei0rPrograms, MeltRendersAClip) {
   if (!HaveProgram("melt")) GTEST_SKIP() << "melt is not installed";
   const std::string out = folder_.Path("out.mp4");
-  const ProgramRun run = Melt({kClip, "in=0", "out=5", "-attach", "frei0r.vitrella_spotlight",
-                               "preset=Bright Oval Spot", "Shape/Size=0.5", "-consumer",
-                               "avformat:" + out, "width=240", "height=176", "real_time=0"});
+  const RunResult run = Melt({kClip, "in=0", "out=5", "-attach", "frei0r.vitrella_spotlight",
+                              "preset=Bright Oval Spot", "Shape/Size=0.5", "-consumer",
+                              "avformat:" + out, "width=240", "height=176", "real_time=0"});
   ASSERT_EQ(run.exitCode, 0) << run.err;
   EXPECT_GT(std::filesystem::file_size(out), 1000u) << run.err;
 }

@@ -27,6 +27,30 @@ std::string ReadAll(const std::string& path) {
   return text.str();
 }
 
+// Our environment with `extra` replacing variables of the same name.
+std::vector<std::string> Environment(const std::vector<std::string>& extra) {
+  std::vector<std::string> env;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string text = *entry;
+    const std::string name = text.substr(0, text.find('='));
+    bool replaced = false;
+    for (const std::string& e : extra)
+      replaced = replaced || e.compare(0, name.size() + 1, name + "=") == 0;
+    if (!replaced) env.push_back(text);
+  }
+  env.insert(env.end(), extra.begin(), extra.end());
+  return env;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts)
+    pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 }  // namespace
 
 TempFolder::TempFolder() {
@@ -40,34 +64,51 @@ TempFolder::~TempFolder() {
   std::filesystem::remove_all(path_, ignored);
 }
 
+bool HaveProgram(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::stringstream folders(path != nullptr ? path : "");
+  std::string folder;
+  while (std::getline(folders, folder, ':')) {
+    const std::string candidate = folder.append("/").append(name);
+    if (access(candidate.c_str(), X_OK) == 0) return true;
+  }
+  return false;
+}
+
 RunResult RunVitrella(const std::vector<std::string>& args) {
   return RunVitrellaAndSignal(args, nullptr, 0);
 }
 
 RunResult RunVitrellaAndSignal(const std::vector<std::string>& args,
                                const std::function<bool()>& ready, int signal) {
+  std::vector<std::string> argv{std::string(VITRELLA_BIN_DIR) + "/vitrella"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return RunProgram(argv, {}, ready, signal);
+}
+
+RunResult RunProgram(const std::vector<std::string>& argv, const std::vector<std::string>& env,
+                     const std::function<bool()>& ready, int signal) {
   // Output goes through files, so that a large listing cannot fill a pipe and stall.
   const TempFolder folder;
   const std::string outPath = folder.Path("stdout");
   const std::string errPath = folder.Path("stderr");
-  const std::string program = std::string(VITRELLA_BIN_DIR) + "/vitrella";
-
-  std::vector<char*> argv;
-  argv.push_back(const_cast<char*>(program.c_str()));
-  for (const std::string& arg : args)
-    argv.push_back(const_cast<char*>(arg.c_str()));
-  argv.push_back(nullptr);
+  std::vector<std::string> args = argv;
+  std::vector<std::string> vars = Environment(env);
+  std::vector<char*> argPointers = Pointers(args);
+  std::vector<char*> envPointers = Pointers(vars);
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0600);
   pid_t child = 0;
-  const int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+  const int spawned = posix_spawnp(&child, args[0].c_str(), &actions, nullptr, argPointers.data(),
+                                   envPointers.data());
   posix_spawn_file_actions_destroy(&actions);
-  if (spawned != 0) throw std::runtime_error("cannot start " + program);
+  if (spawned != 0) throw std::runtime_error("cannot start " + args[0]);
 
   int status = 0;
   if (ready) {

@@ -1,4 +1,5 @@
-// Runs the built `vitrella` as a child process, the way a user or a script does.
+// Runs the built `vitrella`, or another program (ffmpeg, melt), as a child process, the way
+// a user or a script does.
 #pragma once
 
 #include <functional>
@@ -20,6 +21,15 @@ RunResult RunVitrella(const std::vector<std::string>& args);
 // milliseconds), then waits for it to end.
 RunResult RunVitrellaAndSignal(const std::vector<std::string>& args,
                                const std::function<bool()>& ready, int signal);
+
+// Runs argv[0], looked up on PATH, with `env` ("NAME=value" entries) set on top of our
+// environment and no standard input. When `ready` is given, sends the child `signal` as
+// soon as it answers true (polled every few milliseconds), then waits for it to end.
+RunResult RunProgram(const std::vector<std::string>& argv, const std::vector<std::string>& env = {},
+                     const std::function<bool()>& ready = nullptr, int signal = 0);
+
+// Whether `name` is an executable on PATH.
+bool HaveProgram(const std::string& name);
 
 // A fresh folder under the system's temporary folder, removed with the object.
 class TempFolder {
