@@ -21,6 +21,7 @@ extern "C" {
 }
 
 #include "bench/bench_common.h"
+#include "bench/bench_host.h"
 #include "effect_description.h"
 #include "plugin_instance.h"
 #include "vitrella/library.h"
@@ -44,34 +45,6 @@ IEffectLibrary* Library() {
   return library;
 }
 
-// A host with fixed values, nothing else.
-class ValuesHost final : public IEffectHost {
- public:
-  explicit ValuesHost(std::vector<ParamValue> values) : values_(std::move(values)) {}
-  Result VITRELLA_CALL QueryInterface(const Guid& /*iid*/, void** out) override {
-    *out = nullptr;
-    return kNoInterface;
-  }
-  uint32_t VITRELLA_CALL AddRef() override { return 1; }
-  uint32_t VITRELLA_CALL Release() override { return 1; }
-  int32_t VITRELLA_CALL GetParamValue(uint32_t index, void* value, ParamKind /*kind*/) override {
-    if (index < values_.size()) std::memcpy(value, &values_[index], sizeof(ParamValue));
-    return 1;
-  }
-  void* VITRELLA_CALL GetFrame(const RenderInfo* /*which*/, HostFrame* /*frame*/) override {
-    return nullptr;
-  }
-  int32_t VITRELLA_CALL ReleaseFrame(void* /*handle*/, HostFrame* /*frame*/) override { return 0; }
-  HostInfo* VITRELLA_CALL GetHostInfo(HostInfo* info) override {
-    std::memset(info, 0, sizeof(HostInfo));
-    info->instanceKey = 91;
-    return info;
-  }
-
- private:
-  std::vector<ParamValue> values_;
-};
-
 std::vector<ParamValue> Defaults(IVideoEffect* effect) {
   std::vector<ParamValue> values;
   ParamInfo info{};
@@ -94,7 +67,7 @@ HostFrame TopDownFrame(cv::Mat& picture) {
 
 void Direct(benchmark::State& state, uint32_t effectIndex) {
   IVideoEffect* effect = Library()->CreateEffect(effectIndex);
-  ValuesHost host(Defaults(effect));
+  BenchHost host(Defaults(effect));
   cv::Mat source = TestPicture(kWidth, kHeight, CV_8UC4);
   cv::Mat destination(kHeight, kWidth, CV_8UC4);
   const HostFrame src = TopDownFrame(source);
