@@ -125,16 +125,14 @@ class VideoEncoder final : public ClipWriter {
                      pixels->rows, *yuv420_, fullRange_,
                      {frame_->data[0], frame_->data[1], frame_->data[2], frame_->linesize[0],
                       frame_->linesize[1], frame_->linesize[2]});
-      frame_->pts = pts;
-      Send(frame_.get(), n);
-      return;
-    }
-    const uint8_t* const planes[4] = {pixels->data, nullptr, nullptr, nullptr};
-    const int strides[4] = {static_cast<int>(pixels->step[0]), 0, 0, 0};
-    if (sws_scale(scaler_.get(), planes, strides, 0, pixels->rows, frame_->data,
-                  frame_->linesize) != pixels->rows) {
-      throw HostError("cannot write frame " + std::to_string(n) + " to " + output_.name +
-                      ": its pixels cannot be converted");
+    } else {
+      const uint8_t* const planes[4] = {pixels->data, nullptr, nullptr, nullptr};
+      const int strides[4] = {static_cast<int>(pixels->step[0]), 0, 0, 0};
+      if (sws_scale(scaler_.get(), planes, strides, 0, pixels->rows, frame_->data,
+                    frame_->linesize) != pixels->rows) {
+        throw HostError("cannot write frame " + std::to_string(n) + " to " + output_.name +
+                        ": its pixels cannot be converted");
+      }
     }
     frame_->pts = pts;
     Send(frame_.get(), n);

@@ -110,7 +110,10 @@ std::optional<YuvMatrix> YuvMatrixOf(int colorSpace) {
 
 void Yuv420FromBgra(const uint8_t* bgra, ptrdiff_t pitch, int width, int height,
                     const YuvMatrix& matrix, bool fullRange, const Yuv420Planes& planes) {
-  if (bgra == nullptr || width <= 0 || height <= 0) return;
+  if (bgra == nullptr || planes.y == nullptr || planes.u == nullptr || planes.v == nullptr ||
+      width <= 0 || height <= 0) {
+    return;
+  }
   const Weights w = WeightsOf(matrix, fullRange);
   const int pairs = width / 2;
   // An odd width's last column goes through a copy of its pixel doubled.

@@ -31,7 +31,8 @@ struct Yuv420Planes {
 };
 
 // Limited range (Y 16 to 235, chroma 16 to 240) unless fullRange. The planes hold
-// width x height luma and (width+1)/2 x (height+1)/2 chroma samples.
+// width x height luma and (width+1)/2 x (height+1)/2 chroma samples. A null picture or
+// plane, or an empty size, writes nothing.
 void Yuv420FromBgra(const uint8_t* bgra, ptrdiff_t pitch, int width, int height,
                     const YuvMatrix& matrix, bool fullRange, const Yuv420Planes& planes);
 

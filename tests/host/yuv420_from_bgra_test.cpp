@@ -1,5 +1,6 @@
 // The host's own BGRA to YUV 4:2:0 conversion: the matrices' known values, the ranges, the
-// mean of each 2x2 block, odd sizes, and swscale's result on a real photograph.
+// mean of each 2x2 block, odd sizes, bad arguments, and swscale's result on a real
+// photograph.
 #include "host/yuv420_from_bgra.h"
 
 #include <gtest/gtest.h>
@@ -91,6 +92,25 @@ TEST(Yuv420FromBgra, ChromaIsTheBlockMeanAndOddSizesRepeatTheirEdge) {
   EXPECT_EQ(planes.y[6], 255);
   for (uint8_t y : planes.y)
     EXPECT_NE(y, 0xAA);
+}
+
+TEST(Yuv420FromBgra, NullPlanesAndEmptySizesWriteNothing) {
+  const cv::Mat picture = Flat(6, 4, {10, 20, 30, 255});
+  Planes planes(6, 4);
+  const YuvMatrix matrix = *YuvMatrixOf(1);
+  for (int missing = 0; missing < 3; ++missing) {
+    Yuv420Planes view = planes.view();
+    (missing == 0 ? view.y : missing == 1 ? view.u : view.v) = nullptr;
+    Yuv420FromBgra(picture.data, static_cast<ptrdiff_t>(picture.step[0]), 6, 4, matrix, false,
+                   view);
+  }
+  Yuv420FromBgra(nullptr, 24, 6, 4, matrix, false, planes.view());
+  Yuv420FromBgra(picture.data, 24, 0, 4, matrix, false, planes.view());
+  Yuv420FromBgra(picture.data, 24, 6, -1, matrix, false, planes.view());
+  for (const std::vector<uint8_t>* plane : {&planes.y, &planes.u, &planes.v}) {
+    for (const uint8_t value : *plane)
+      EXPECT_EQ(value, 0xAA);
+  }
 }
 
 TEST(Yuv420FromBgra, MatchesSwscaleOnAPhotograph) {
