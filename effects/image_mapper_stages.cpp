@@ -232,9 +232,10 @@ bool Blur(FrameBuffer& s, int32_t alpha, int32_t k, int32_t kv, MemoryAllocator*
   };
   box();
   const T threshold = sizeof(T) == 1 ? T(253) : static_cast<T>(253.0f / 255.0f);
-  for (int32_t y = 0; y < plane.height; ++y) {
-    T* row = plane.Row<T>(y);
-    for (int32_t x = 0; x < plane.width; ++x) {
+  // The zero border stays zero: only the box's own region is cut.
+  for (int32_t y = 0; y < h; ++y) {
+    T* row = plane.Row<T>(m + y) + m;
+    for (int32_t x = 0; x < w; ++x) {
       if (row[x] < threshold) row[x] = T{};
     }
   }
