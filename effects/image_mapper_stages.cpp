@@ -8,6 +8,7 @@
 #include "core/frame_ops.h"
 #include "core/vector_clones.h"
 #include "kernels/warp_quad.h"
+#include "kernels/warp_strips.h"
 
 namespace vitrella {
 namespace {
@@ -49,7 +50,7 @@ struct Bend {
 };
 
 // Bends of the rows' ends, strip by strip across the columns: a rectangle of 8 columns
-// and the whole height of a, warped into m with the ends following the sine.
+// and the whole height of a, warped into m (both w x h) with the ends following the sine.
 void BendRows(const FrameBuffer& a, FrameBuffer& m, int32_t w, int32_t h, Bend top, Bend bottom) {
   const auto k = static_cast<double>(static_cast<float>(kPi) / static_cast<float>(w));
   const auto topAt = [&](int32_t x) {
@@ -58,20 +59,22 @@ void BendRows(const FrameBuffer& a, FrameBuffer& m, int32_t w, int32_t h, Bend t
   const auto bottomAt = [&](int32_t x) {
     return bottom.on ? (h - 1) + bottom.base + std::sin(k * x) * bottom.depth : h - 1.0;
   };
+  std::vector<kernels::WarpStrip> strips;
+  strips.reserve(static_cast<size_t>(w) / kMapperStrip + 1);
   for (int32_t x0 = 0; x0 < w; x0 += kMapperStrip) {
     int32_t x1 = x0 + kMapperStrip;
     if (x1 >= w - 3) x1 = w - 1;
-    const kernels::Quad from = {{static_cast<double>(x0), 0.0},
-                                {static_cast<double>(x1), 0.0},
-                                {static_cast<double>(x1), h - 1.0},
-                                {static_cast<double>(x0), h - 1.0}};
-    const kernels::Quad to = {{static_cast<double>(x0), topAt(x0)},
-                              {static_cast<double>(x1), topAt(x1)},
-                              {static_cast<double>(x1), bottomAt(x1)},
-                              {static_cast<double>(x0), bottomAt(x0)}};
-    // A strip of no width at the end fails and is left out.
-    (void)Warp(a, m, from, to, w, h);
+    const auto left = static_cast<double>(x0);
+    const auto right = static_cast<double>(x1);
+    // A strip of no width at the end is refused and left out.
+    strips.push_back(
+        {{{left, 0.0}, {right, 0.0}, {right, h - 1.0}, {left, h - 1.0}},
+         {{left, topAt(x0)}, {right, topAt(x1)}, {right, bottomAt(x1)}, {left, bottomAt(x0)}}});
   }
+  const int32_t count = static_cast<int32_t>(strips.size());
+  const bool bytes = m.format == PixelFormat8BGRA || m.format == PixelFormat8ARGB;
+  (void)(bytes ? kernels::WarpStrips8u_C4(a.View(), m.View(), strips.data(), count, kStripWarp)
+               : kernels::WarpStrips32f_C4(a.View(), m.View(), strips.data(), count, kStripWarp));
 }
 
 // The same across the rows, for the columns' ends.

@@ -14,32 +14,31 @@ HWY_BEFORE_NAMESPACE();
 namespace vitrella::kernels::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Source positions of a vector of consecutive destination pixels, clamped into the
-// source rectangle, in the order of operations of MapAlongRow and ClampPosition.
+// Source positions of a vector of destination pixels, clamped into the source rectangle,
+// in the order of operations of MapAlongRow and ClampPosition: lane k maps its place x
+// along the row by the lane's own map (a, b, c, d, e, f).
 template <class DF>
 struct RowPositions {
   hn::Vec<DF> u, v;
 };
 
 template <class DF>
-class RowMapper {
+struct LaneMaps {
+  hn::Vec<DF> a, b, c, d, e, f;
+};
+
+template <class DF>
+class PositionClamp {
  public:
-  RowMapper(DF df, const WarpSource& s, const WarpRowMap& m)
-      : a_(hn::Set(df, m.a)),
-        b_(hn::Set(df, m.b)),
-        c_(hn::Set(df, m.c)),
-        d_(hn::Set(df, m.d)),
-        e_(hn::Set(df, m.e)),
-        f_(hn::Set(df, m.f)),
-        lastX_(hn::Set(df, static_cast<float>(s.width - 1))),
+  PositionClamp(DF df, const WarpSource& s)
+      : lastX_(hn::Set(df, static_cast<float>(s.width - 1))),
         lastY_(hn::Set(df, static_cast<float>(s.height - 1))),
         df_(df) {}
 
-  RowPositions<DF> At(int32_t i) const {
-    const auto x = hn::Iota(df_, static_cast<float>(i));
-    const auto inverse = hn::Div(hn::Set(df_, 1.0f), hn::Add(e_, hn::Mul(f_, x)));
-    const auto u = hn::Mul(hn::Add(a_, hn::Mul(b_, x)), inverse);
-    const auto v = hn::Mul(hn::Add(c_, hn::Mul(d_, x)), inverse);
+  RowPositions<DF> At(const LaneMaps<DF>& m, hn::Vec<DF> x) const {
+    const auto inverse = hn::Div(hn::Set(df_, 1.0f), hn::Add(m.e, hn::Mul(m.f, x)));
+    const auto u = hn::Mul(hn::Add(m.a, hn::Mul(m.b, x)), inverse);
+    const auto v = hn::Mul(hn::Add(m.c, hn::Mul(m.d, x)), inverse);
     return {Clamp(u, lastX_), Clamp(v, lastY_)};
   }
 
@@ -50,16 +49,67 @@ class RowMapper {
     return hn::IfThenElse(p <= last, p, last);
   }
 
-  hn::Vec<DF> a_, b_, c_, d_, e_, f_, lastX_, lastY_;
+  hn::Vec<DF> lastX_, lastY_;
+  DF df_;
+};
+
+// Consecutive pixels of one row map.
+template <class DF>
+class RowMapper {
+ public:
+  RowMapper(DF df, const WarpSource& s, const WarpRowMap& m)
+      : maps_{hn::Set(df, m.a), hn::Set(df, m.b), hn::Set(df, m.c),
+              hn::Set(df, m.d), hn::Set(df, m.e), hn::Set(df, m.f)},
+        clamp_(df, s),
+        df_(df) {}
+
+  RowPositions<DF> At(int32_t i) const {
+    return clamp_.At(maps_, hn::Iota(df_, static_cast<float>(i)));
+  }
+
+ private:
+  LaneMaps<DF> maps_;
+  PositionClamp<DF> clamp_;
+  DF df_;
+};
+
+// Consecutive columns of a row across strips, each column by its strip's row map.
+template <class DF>
+class StripMapper {
+ public:
+  StripMapper(DF df, const WarpSource& s, const StripRowMaps& m) : m_(m), clamp_(df, s), df_(df) {}
+
+  RowPositions<DF> At(int32_t x) const {
+    const hn::RebindToSigned<DF> di;
+    // The lanes' strips lie within a vector's width of the first lane's, which each map
+    // is loaded from and spread by.
+    const int32_t first = m_.owner[x];
+    const auto index =
+        hn::IndicesFromVec(df_, hn::Sub(hn::LoadU(di, m_.owner + x), hn::Set(di, first)));
+    const auto spread = [&](const float* map) {
+      return hn::TableLookupLanes(hn::LoadU(df_, map + first), index);
+    };
+    const LaneMaps<DF> maps{spread(m_.a), spread(m_.b), spread(m_.c),
+                            spread(m_.d), spread(m_.e), spread(m_.f)};
+    return clamp_.At(maps, hn::LoadU(df_, m_.place + x));
+  }
+
+ private:
+  const StripRowMaps& m_;
+  PositionClamp<DF> clamp_;
   DF df_;
 };
 
 #if HWY_TARGET == HWY_SCALAR
 
-// One lane holds less than a pixel: the plain row is the vector row.
+// One lane holds less than a pixel: the plain rows are the vector rows.
 void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                   uint8_t* base, int32_t mode) {
   WarpRow<uint8_t>(s, m, first, end, base, mode);
+}
+void WarpStripRow8u_C4(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
+                       uint8_t* row, int32_t mode) {
+  WarpStripRow<uint8_t>(s, m, first, end, row, mode);
 }
 
 #else
@@ -81,179 +131,260 @@ HWY_INLINE hn::Vec<D16> BilinearFixed(D16 d16, hn::Vec<D16> p00, hn::Vec<D16> p0
   return hn::ShiftRight<7>(hn::Add(sum, hn::Set(d16, 64)));
 }
 
-// Four-channel bytes, one pixel per lane: taps are gathered as 32-bit words, and the
-// bilinear arithmetic runs on channels 0 and 2, then 1 and 3, in 16-bit halves.
+// Four-channel bytes, one pixel per lane, nearest or bilinear: taps are gathered as 32-bit
+// words, and the bilinear arithmetic runs on channels 0 and 2, then 1 and 3, in 16-bit
+// halves.
+class Sampler8uC4 {
+ public:
+  using DF = hn::ScalableTag<float>;
+  using DI = hn::RebindToSigned<DF>;
+  using D16 = hn::Repartition<int16_t, DI>;
+
+  Sampler8uC4(const WarpSource& s, int32_t mode)
+      : s_(s),
+        mode_(mode),
+        words_(reinterpret_cast<const int32_t*>(s.origin)),
+        pitch_(hn::Set(di_, static_cast<int32_t>(s.pitch))),
+        lastX_(hn::Set(di_, s.width - 1)),
+        lastY_(hn::Set(di_, s.height - 1)),
+        pairs_(s.width > 1) {}
+
+  // The pixels of the first `count` lanes; the others sample positions clamped into the
+  // source like any other, and are not to be stored.
+  hn::Vec<DI> Sample(const RowPositions<DF>& p, int32_t count) {
+    if (mode_ == kInterNearest) {
+      const auto half = hn::Set(df_, 0.5f);
+      const auto x = hn::ConvertTo(di_, hn::Floor(hn::Add(p.u, half)));
+      const auto y = hn::ConvertTo(di_, hn::Floor(hn::Add(p.v, half)));
+      return hn::GatherOffset(di_, words_, hn::Add(hn::Mul(y, pitch_), hn::ShiftLeft<2>(x)));
+    }
+    const auto fu = hn::Floor(p.u);
+    const auto fv = hn::Floor(p.v);
+    const auto x = hn::ConvertTo(di_, fu);
+    const auto y = hn::ConvertTo(di_, fv);
+    const auto wx = Weight(hn::Sub(p.u, fu));
+    const auto wy = Weight(hn::Sub(p.v, fv));
+    const auto stepY = hn::IfThenElseZero(y < lastY_, pitch_);
+    hn::Vec<DI> p00, p01, p10, p11;
+    if (pairs_) {
+      // Gathers of four single taps cost more than two scalar loads of two taps each on
+      // some processors. The two taps of a row side by side in one 64-bit load: at x and
+      // x + 1, or at x - 1 and x on the last column, where both taps are x.
+      const int32_t lanes = static_cast<int32_t>(hn::Lanes(di_));
+      const auto inside = x < lastX_;
+      const auto o00 = hn::Add(hn::Mul(y, pitch_), hn::ShiftLeft<2>(x));
+      const auto pair = hn::Sub(o00, hn::IfThenZeroElse(inside, hn::Set(di_, 4)));
+      hn::Store(pair, di_, offsets_);
+      hn::Store(hn::Add(pair, stepY), di_, offsets_ + lanes);
+      // Lanes past the count keep what they held.
+      for (int32_t j = 0; j < count; ++j) {
+        std::memcpy(taps_ + 2 * j, s_.origin + offsets_[j], 8);
+        std::memcpy(taps_ + 2 * (lanes + j), s_.origin + offsets_[lanes + j], 8);
+      }
+      const auto t0 = hn::Load(di_, taps_);
+      const auto t1 = hn::Load(di_, taps_ + lanes);
+      const auto b0 = hn::Load(di_, taps_ + 2 * lanes);
+      const auto b1 = hn::Load(di_, taps_ + 3 * lanes);
+      p01 = hn::ConcatOdd(di_, t1, t0);
+      p11 = hn::ConcatOdd(di_, b1, b0);
+      p00 = hn::IfThenElse(inside, hn::ConcatEven(di_, t1, t0), p01);
+      p10 = hn::IfThenElse(inside, hn::ConcatEven(di_, b1, b0), p11);
+    } else {
+      // A source of one column has no pair to load.
+      const auto stepX = hn::IfThenElseZero(x < lastX_, hn::Set(di_, 4));
+      const auto o00 = hn::Add(hn::Mul(y, pitch_), hn::ShiftLeft<2>(x));
+      const auto o10 = hn::Add(o00, stepY);
+      p00 = hn::GatherOffset(di_, words_, o00);
+      p01 = hn::GatherOffset(di_, words_, hn::Add(o00, stepX));
+      p10 = hn::GatherOffset(di_, words_, o10);
+      p11 = hn::GatherOffset(di_, words_, hn::Add(o10, stepX));
+    }
+    const auto c02 = BilinearFixed(d16_, Even(p00), Even(p01), Even(p10), Even(p11), wx, wy);
+    const auto c13 = BilinearFixed(d16_, Odd(p00), Odd(p01), Odd(p10), Odd(p11), wx, wy);
+    return hn::Or(hn::BitCast(di_, c02), hn::ShiftLeft<8>(hn::BitCast(di_, c13)));
+  }
+
+  // Stores the first `count` lanes' pixels from pixel `at` of `base` on.
+  void Store(hn::Vec<DI> pixels, uint8_t* HWY_RESTRICT base, int32_t at, int32_t count) const {
+    int32_t* out = reinterpret_cast<int32_t*>(base + static_cast<ptrdiff_t>(at) * 4);
+    if (count == static_cast<int32_t>(hn::Lanes(di_))) {
+      hn::StoreU(pixels, di_, out);
+    } else {
+      hn::BlendedStore(pixels, hn::FirstN(di_, static_cast<size_t>(count)), di_, out);
+    }
+  }
+
+ private:
+  // A fixed-point weight, the same in both halves of each word.
+  hn::Vec<D16> Weight(hn::Vec<DF> w) const {
+    const auto q = hn::Min(hn::NearestInt(hn::Mul(w, hn::Set(df_, 32768.0f))), hn::Set(di_, 32767));
+    return hn::BitCast(d16_, hn::Or(q, hn::ShiftLeft<16>(q)));
+  }
+  hn::Vec<D16> Even(hn::Vec<DI> p) const {
+    return hn::BitCast(d16_, hn::And(p, hn::Set(di_, 0x00FF00FF)));
+  }
+  hn::Vec<D16> Odd(hn::Vec<DI> p) const {
+    return hn::BitCast(d16_, hn::And(hn::ShiftRight<8>(p), hn::Set(di_, 0x00FF00FF)));
+  }
+
+  static constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(int32_t);
+  DF df_;
+  DI di_;
+  D16 d16_;
+  const WarpSource& s_;
+  int32_t mode_;
+  const int32_t* words_;
+  hn::Vec<DI> pitch_, lastX_, lastY_;
+  bool pairs_;
+  HWY_ALIGN int32_t offsets_[2 * kMaxLanes];
+  HWY_ALIGN int32_t taps_[4 * kMaxLanes] = {};
+};
+
 void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                   uint8_t* HWY_RESTRICT base, int32_t mode) {
   const hn::ScalableTag<float> df;
-  const hn::RebindToSigned<decltype(df)> di;
-  const hn::Repartition<int16_t, decltype(di)> d16;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
   int32_t i = first;
   if (mode != kInterCubic) {
-    const RowMapper<decltype(df)> mapper(df, s, m);
-    const int32_t* words = reinterpret_cast<const int32_t*>(s.origin);
-    const auto pitch = hn::Set(di, static_cast<int32_t>(s.pitch));
-    const auto lastX = hn::Set(di, s.width - 1);
-    const auto lastY = hn::Set(di, s.height - 1);
-    const auto half = hn::Set(df, 0.5f);
-    const auto scale = hn::Set(df, 32768.0f);
-    const auto maxWeight = hn::Set(di, 32767);
-    const auto evenBytes = hn::Set(di, 0x00FF00FF);
-    // A fixed-point weight, the same in both halves of each word.
-    const auto weight = [&](hn::Vec<decltype(df)> w) {
-      const auto q = hn::Min(hn::NearestInt(hn::Mul(w, scale)), maxWeight);
-      return hn::BitCast(d16, hn::Or(q, hn::ShiftLeft<16>(q)));
-    };
-    const auto even = [&](hn::Vec<decltype(di)> p) {
-      return hn::BitCast(d16, hn::And(p, evenBytes));
-    };
-    const auto odd = [&](hn::Vec<decltype(di)> p) {
-      return hn::BitCast(d16, hn::And(hn::ShiftRight<8>(p), evenBytes));
-    };
-    // The last vector of a row may reach past its end: its extra lanes sample positions
-    // clamped into the source like any other, and are not stored.
-    // Gathers of four single taps cost more than two scalar loads of two taps each on some
-    // processors; a source of one column has no pair to load.
-    const bool pairs = s.width > 1;
-    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(int32_t);
-    HWY_ALIGN int32_t offsets[2 * kMaxLanes];
-    HWY_ALIGN int32_t taps[4 * kMaxLanes] = {};
-    const auto store = [&](hn::Vec<decltype(di)> pixels, int32_t at) {
-      int32_t* out = reinterpret_cast<int32_t*>(base + static_cast<ptrdiff_t>(at) * 4);
-      if (at + lanes <= end) {
-        hn::StoreU(pixels, di, out);
-      } else {
-        hn::BlendedStore(pixels, hn::FirstN(di, static_cast<size_t>(end - at)), di, out);
-      }
-    };
+    const RowMapper<Sampler8uC4::DF> mapper(df, s, m);
+    Sampler8uC4 sampler(s, mode);
+    // The last vector of a row may reach past its end: its extra lanes are not stored.
     for (; i < end; i += lanes) {
-      const RowPositions<decltype(df)> p = mapper.At(i);
-      if (mode == kInterNearest) {
-        const auto x = hn::ConvertTo(di, hn::Floor(hn::Add(p.u, half)));
-        const auto y = hn::ConvertTo(di, hn::Floor(hn::Add(p.v, half)));
-        const auto offset = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
-        store(hn::GatherOffset(di, words, offset), i);
-        continue;
-      }
-      const auto fu = hn::Floor(p.u);
-      const auto fv = hn::Floor(p.v);
-      const auto x = hn::ConvertTo(di, fu);
-      const auto y = hn::ConvertTo(di, fv);
-      const auto wx = weight(hn::Sub(p.u, fu));
-      const auto wy = weight(hn::Sub(p.v, fv));
-      const auto stepY = hn::IfThenElseZero(y < lastY, pitch);
-      hn::Vec<decltype(di)> p00, p01, p10, p11;
-      if (pairs) {
-        // The two taps of a row side by side in one 64-bit load: at x and x + 1, or at
-        // x - 1 and x on the last column, where both taps are x.
-        const auto inside = x < lastX;
-        const auto o00 = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
-        const auto pair = hn::Sub(o00, hn::IfThenZeroElse(inside, hn::Set(di, 4)));
-        hn::Store(pair, di, offsets);
-        hn::Store(hn::Add(pair, stepY), di, offsets + lanes);
-        // Lanes past the row's end keep what they held: they are not stored.
-        const int32_t count = std::min(lanes, end - i);
-        for (int32_t j = 0; j < count; ++j) {
-          std::memcpy(taps + 2 * j, s.origin + offsets[j], 8);
-          std::memcpy(taps + 2 * (lanes + j), s.origin + offsets[lanes + j], 8);
-        }
-        const auto t0 = hn::Load(di, taps);
-        const auto t1 = hn::Load(di, taps + lanes);
-        const auto b0 = hn::Load(di, taps + 2 * lanes);
-        const auto b1 = hn::Load(di, taps + 3 * lanes);
-        p01 = hn::ConcatOdd(di, t1, t0);
-        p11 = hn::ConcatOdd(di, b1, b0);
-        p00 = hn::IfThenElse(inside, hn::ConcatEven(di, t1, t0), p01);
-        p10 = hn::IfThenElse(inside, hn::ConcatEven(di, b1, b0), p11);
-      } else {
-        const auto stepX = hn::IfThenElseZero(x < lastX, hn::Set(di, 4));
-        const auto o00 = hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<2>(x));
-        const auto o10 = hn::Add(o00, stepY);
-        p00 = hn::GatherOffset(di, words, o00);
-        p01 = hn::GatherOffset(di, words, hn::Add(o00, stepX));
-        p10 = hn::GatherOffset(di, words, o10);
-        p11 = hn::GatherOffset(di, words, hn::Add(o10, stepX));
-      }
-      const auto c02 = BilinearFixed(d16, even(p00), even(p01), even(p10), even(p11), wx, wy);
-      const auto c13 = BilinearFixed(d16, odd(p00), odd(p01), odd(p10), odd(p11), wx, wy);
-      store(hn::Or(hn::BitCast(di, c02), hn::ShiftLeft<8>(hn::BitCast(di, c13))), i);
+      const int32_t count = std::min(lanes, end - i);
+      sampler.Store(sampler.Sample(mapper.At(i), count), base, i, count);
     }
   }
   WarpRow<uint8_t>(s, m, i, end, base, mode);
+}
+
+void WarpStripRow8u_C4(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
+                       uint8_t* HWY_RESTRICT row, int32_t mode) {
+  const hn::ScalableTag<float> df;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  int32_t x = first;
+  if (mode != kInterCubic) {
+    const StripMapper<Sampler8uC4::DF> mapper(df, s, m);
+    Sampler8uC4 sampler(s, mode);
+    for (; x < end; x += lanes) {
+      const int32_t count = std::min(lanes, end - x);
+      sampler.Store(sampler.Sample(mapper.At(x), count), row, x, count);
+    }
+  }
+  WarpStripRow<uint8_t>(s, m, x, end, row, mode);
 }
 
 #endif
 
 #if HWY_TARGET == HWY_SCALAR
 
-// One lane holds less than a pixel: the plain row is the vector row.
+// One lane holds less than a pixel: the plain rows are the vector rows.
 void WarpRow32f_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                    uint8_t* base, int32_t mode) {
   WarpRow<float>(s, m, first, end, base, mode);
 }
+void WarpStripRow32f_C4(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
+                        uint8_t* row, int32_t mode) {
+  WarpStripRow<float>(s, m, first, end, row, mode);
+}
 
 #else
 
-// Four-channel floats: positions a vector at a time, then each pixel's four channels in
-// one 128-bit vector, as a pixel's channels lie side by side.
+// Four-channel floats, nearest or bilinear: positions a vector at a time, then each
+// pixel's four channels in one 128-bit vector, as a pixel's channels lie side by side.
+class Sampler32fC4 {
+ public:
+  using DF = hn::ScalableTag<float>;
+  using DI = hn::RebindToSigned<DF>;
+
+  Sampler32fC4(const WarpSource& s, int32_t mode)
+      : s_(s),
+        mode_(mode),
+        pitch_(hn::Set(di_, static_cast<int32_t>(s.pitch))),
+        lastX_(hn::Set(di_, s.width - 1)),
+        lastY_(hn::Set(di_, s.height - 1)) {}
+
+  // Writes the first `count` lanes' pixels from pixel `at` of `base` on.
+  void Write(const RowPositions<DF>& p, uint8_t* HWY_RESTRICT base, int32_t at, int32_t count) {
+    float* out = reinterpret_cast<float*>(base + static_cast<ptrdiff_t>(at) * 16);
+    if (mode_ == kInterNearest) {
+      const auto half = hn::Set(df_, 0.5f);
+      const auto x = hn::ConvertTo(di_, hn::Floor(hn::Add(p.u, half)));
+      const auto y = hn::ConvertTo(di_, hn::Floor(hn::Add(p.v, half)));
+      hn::Store(hn::Add(hn::Mul(y, pitch_), hn::ShiftLeft<4>(x)), di_, offsets_);
+      for (int32_t k = 0; k < count; ++k)
+        hn::StoreU(Load(offsets_[k]), d4_, out + 4 * k);
+      return;
+    }
+    const auto fu = hn::Floor(p.u);
+    const auto fv = hn::Floor(p.v);
+    const auto x = hn::ConvertTo(di_, fu);
+    const auto y = hn::ConvertTo(di_, fv);
+    hn::Store(hn::Sub(p.u, fu), df_, weightsX_);
+    hn::Store(hn::Sub(p.v, fv), df_, weightsY_);
+    hn::Store(hn::IfThenElseZero(x < lastX_, hn::Set(di_, 16)), di_, stepsX_);
+    hn::Store(hn::IfThenElseZero(y < lastY_, pitch_), di_, stepsY_);
+    hn::Store(hn::Add(hn::Mul(y, pitch_), hn::ShiftLeft<4>(x)), di_, offsets_);
+    for (int32_t k = 0; k < count; ++k) {
+      const auto wx = hn::Set(d4_, weightsX_[k]);
+      const auto wy = hn::Set(d4_, weightsY_[k]);
+      const ptrdiff_t o00 = offsets_[k];
+      const ptrdiff_t o10 = o00 + stepsY_[k];
+      const auto a = Load(o00);
+      const auto top = hn::Add(a, hn::Mul(hn::Sub(Load(o00 + stepsX_[k]), a), wx));
+      const auto d = Load(o10);
+      const auto bottom = hn::Add(d, hn::Mul(hn::Sub(Load(o10 + stepsX_[k]), d), wx));
+      hn::StoreU(hn::Add(top, hn::Mul(hn::Sub(bottom, top), wy)), d4_, out + 4 * k);
+    }
+  }
+
+ private:
+  hn::Vec<hn::Full128<float>> Load(ptrdiff_t offset) const {
+    return hn::LoadU(d4_, reinterpret_cast<const float*>(s_.origin + offset));
+  }
+
+  static constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(float);
+  DF df_;
+  DI di_;
+  hn::Full128<float> d4_;
+  const WarpSource& s_;
+  int32_t mode_;
+  hn::Vec<DI> pitch_, lastX_, lastY_;
+  HWY_ALIGN int32_t offsets_[kMaxLanes];
+  HWY_ALIGN int32_t stepsX_[kMaxLanes];
+  HWY_ALIGN int32_t stepsY_[kMaxLanes];
+  HWY_ALIGN float weightsX_[kMaxLanes];
+  HWY_ALIGN float weightsY_[kMaxLanes];
+};
+
 void WarpRow32f_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                    uint8_t* HWY_RESTRICT base, int32_t mode) {
   const hn::ScalableTag<float> df;
-  const hn::RebindToSigned<decltype(df)> di;
-  const hn::Full128<float> d4;
   const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
   int32_t i = first;
   if (mode != kInterCubic) {
-    const RowMapper<decltype(df)> mapper(df, s, m);
-    const auto pitch = hn::Set(di, static_cast<int32_t>(s.pitch));
-    const auto lastX = hn::Set(di, s.width - 1);
-    const auto lastY = hn::Set(di, s.height - 1);
-    const auto half = hn::Set(df, 0.5f);
-    HWY_ALIGN int32_t offsets[HWY_MAX_BYTES / 4];
-    HWY_ALIGN int32_t stepsX[HWY_MAX_BYTES / 4];
-    HWY_ALIGN int32_t stepsY[HWY_MAX_BYTES / 4];
-    HWY_ALIGN float weightsX[HWY_MAX_BYTES / 4];
-    HWY_ALIGN float weightsY[HWY_MAX_BYTES / 4];
-    const auto load = [&](ptrdiff_t offset) {
-      return hn::LoadU(d4, reinterpret_cast<const float*>(s.origin + offset));
-    };
+    const RowMapper<Sampler32fC4::DF> mapper(df, s, m);
+    Sampler32fC4 sampler(s, mode);
+    // The last vector of a row may reach past its end; only its pixels are written.
     for (; i < end; i += lanes) {
-      // The last vector of a row may reach past its end; only its pixels are written.
-      const int32_t count = end - i < lanes ? end - i : lanes;
-      const RowPositions<decltype(df)> p = mapper.At(i);
-      float* out = reinterpret_cast<float*>(base + static_cast<ptrdiff_t>(i) * 16);
-      if (mode == kInterNearest) {
-        const auto x = hn::ConvertTo(di, hn::Floor(hn::Add(p.u, half)));
-        const auto y = hn::ConvertTo(di, hn::Floor(hn::Add(p.v, half)));
-        hn::Store(hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<4>(x)), di, offsets);
-        for (int32_t k = 0; k < count; ++k)
-          hn::StoreU(load(offsets[k]), d4, out + 4 * k);
-        continue;
-      }
-      const auto fu = hn::Floor(p.u);
-      const auto fv = hn::Floor(p.v);
-      const auto x = hn::ConvertTo(di, fu);
-      const auto y = hn::ConvertTo(di, fv);
-      hn::Store(hn::Sub(p.u, fu), df, weightsX);
-      hn::Store(hn::Sub(p.v, fv), df, weightsY);
-      hn::Store(hn::IfThenElseZero(x < lastX, hn::Set(di, 16)), di, stepsX);
-      hn::Store(hn::IfThenElseZero(y < lastY, pitch), di, stepsY);
-      hn::Store(hn::Add(hn::Mul(y, pitch), hn::ShiftLeft<4>(x)), di, offsets);
-      for (int32_t k = 0; k < count; ++k) {
-        const auto wx = hn::Set(d4, weightsX[k]);
-        const auto wy = hn::Set(d4, weightsY[k]);
-        const ptrdiff_t o00 = offsets[k];
-        const ptrdiff_t o10 = o00 + stepsY[k];
-        const auto a = load(o00);
-        const auto top = hn::Add(a, hn::Mul(hn::Sub(load(o00 + stepsX[k]), a), wx));
-        const auto d = load(o10);
-        const auto bottom = hn::Add(d, hn::Mul(hn::Sub(load(o10 + stepsX[k]), d), wx));
-        hn::StoreU(hn::Add(top, hn::Mul(hn::Sub(bottom, top), wy)), d4, out + 4 * k);
-      }
+      sampler.Write(mapper.At(i), base, i, std::min(lanes, end - i));
     }
   }
   WarpRow<float>(s, m, i, end, base, mode);
+}
+
+void WarpStripRow32f_C4(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
+                        uint8_t* HWY_RESTRICT row, int32_t mode) {
+  const hn::ScalableTag<float> df;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  int32_t x = first;
+  if (mode != kInterCubic) {
+    const StripMapper<Sampler32fC4::DF> mapper(df, s, m);
+    Sampler32fC4 sampler(s, mode);
+    for (; x < end; x += lanes) {
+      sampler.Write(mapper.At(x), row, x, std::min(lanes, end - x));
+    }
+  }
+  WarpStripRow<float>(s, m, x, end, row, mode);
 }
 
 #endif
@@ -396,6 +527,8 @@ HWY_EXPORT(WarpRow8u_C4);
 HWY_EXPORT(WarpRow32f_C4);
 HWY_EXPORT(WarpRow8u_C1);
 HWY_EXPORT(WarpRow32f_C1);
+HWY_EXPORT(WarpStripRow8u_C4);
+HWY_EXPORT(WarpStripRow32f_C4);
 
 void WarpRow8u_C1(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
                   uint8_t* base, int32_t mode) {
@@ -415,6 +548,16 @@ void WarpRow8u_C4(const WarpSource& source, const WarpRowMap& map, int32_t first
 void WarpRow32f_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
                    uint8_t* base, int32_t mode) {
   HWY_DYNAMIC_DISPATCH(WarpRow32f_C4)(source, map, first, end, base, mode);
+}
+
+void WarpStripRow8u_C4(const WarpSource& source, const StripRowMaps& maps, int32_t first,
+                       int32_t end, uint8_t* row, int32_t mode) {
+  HWY_DYNAMIC_DISPATCH(WarpStripRow8u_C4)(source, maps, first, end, row, mode);
+}
+
+void WarpStripRow32f_C4(const WarpSource& source, const StripRowMaps& maps, int32_t first,
+                        int32_t end, uint8_t* row, int32_t mode) {
+  HWY_DYNAMIC_DISPATCH(WarpStripRow32f_C4)(source, maps, first, end, row, mode);
 }
 
 }  // namespace vitrella::kernels::vector

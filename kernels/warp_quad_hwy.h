@@ -13,6 +13,12 @@ void WarpRow8u_C4(const WarpSource& source, const WarpRowMap& map, int32_t first
                   uint8_t* base, int32_t mode);
 void WarpRow32f_C4(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
                    uint8_t* base, int32_t mode);
+// Columns [first, end) of a row across strips of four-channel pictures, nearest or
+// bilinear: the values of WarpStripRow of warp_quad_pixel.h.
+void WarpStripRow8u_C4(const WarpSource& source, const StripRowMaps& maps, int32_t first,
+                       int32_t end, uint8_t* row, int32_t mode);
+void WarpStripRow32f_C4(const WarpSource& source, const StripRowMaps& maps, int32_t first,
+                        int32_t end, uint8_t* row, int32_t mode);
 // One-channel rows; cubic in vectors, nearest and bilinear by the plain rows.
 void WarpRow8u_C1(const WarpSource& source, const WarpRowMap& map, int32_t first, int32_t end,
                   uint8_t* base, int32_t mode);

@@ -28,6 +28,22 @@ struct WarpRowMap {
   float a, b, c, d, e, f;
 };
 
+// Row maps of strips side by side along one destination row: column x takes the row map
+// of strip owner[x], at place[x] along it (x less the map's base pixel). The maps are
+// held a field to an array, by strip. Vector code reads a vector's width (HWY_MAX_BYTES
+// / 4 values) past the last column of a run and past the last strip, and needs the owners
+// of any vector's lanes to lie within its width of the first lane's.
+struct StripRowMaps {
+  const float* a;
+  const float* b;
+  const float* c;
+  const float* d;
+  const float* e;
+  const float* f;
+  const int32_t* owner;
+  const float* place;
+};
+
 struct WarpPosition {
   float u, v;
 };
@@ -245,6 +261,19 @@ void WarpRow(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t en
     WarpRowWith<T, kInterLinear, kChannels>(s, m, first, end, base);
   } else {
     WarpRowWith<T, kInterCubic, kChannels>(s, m, first, end, base);
+  }
+}
+
+// Samples columns [first, end) of a destination row across strips; `row` points at the
+// row's pixel 0.
+template <typename T>
+void WarpStripRow(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
+                  uint8_t* row, int32_t mode) {
+  for (int32_t x = first; x < end; ++x) {
+    const int32_t k = m.owner[x];
+    const WarpRowMap map{m.a[k], m.b[k], m.c[k], m.d[k], m.e[k], m.f[k]};
+    const auto i = static_cast<int32_t>(m.place[x]);
+    WarpRow<T>(s, map, i, i + 1, row + static_cast<ptrdiff_t>(x - i) * 4 * sizeof(T), mode);
   }
 }
 
