@@ -24,9 +24,14 @@ Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
   if (!UseReferenceKernels()) {
     const int32_t* const lookups[3] = {grade.blueTable, grade.greenTable, grade.redTable};
     const int32_t weights[3] = {grade.weightBlue, grade.weightGreen, grade.weightRed};
+    alignas(64) uint16_t narrow[3 * 256] = {};
+    for (int t = 0; tables && t < 3; ++t) {
+      for (int i = 0; i < 256; ++i)
+        narrow[256 * t + i] = static_cast<uint16_t>(lookups[t][i]);
+    }
     for (int32_t y = 0; y < size.height; ++y) {
       vector::GradeRow8u_C4(src.Row(y), dst.Row(y), size.width, 8 * at.blue, 8 * at.green,
-                            8 * at.red, grade.move, grade.amount, weights, lookups);
+                            8 * at.red, grade.move, grade.amount, weights, lookups, narrow);
     }
     return kOk;
   }

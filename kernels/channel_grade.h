@@ -21,7 +21,8 @@ struct ByteGradeSpec {
   int32_t weightGreen = 0;
   int32_t weightRed = 0;
   // Then blue, green and red through their tables of 256 entries, each 0 to 255 (held in
-  // 32 bits, which vector code gathers from); null skips the step.
+  // 32 bits, which vector code gathers from, or permutes 16-bit copies of on AVX-512);
+  // null skips the step.
   const int32_t* blueTable = nullptr;
   const int32_t* greenTable = nullptr;
   const int32_t* redTable = nullptr;

@@ -55,7 +55,7 @@ TEST_P(GradeAndMask, GradeMovesTowardsLumaThenLooksUpEachChannel) {
         grade.redTable = tables[2].data();
       }
       for (ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
-        for (int32_t width : {1, 7, 33}) {
+        for (int32_t width : {1, 7, 33, 50, 130}) {
           std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(width) * 4 * 3, width);
           std::vector<uint8_t> dst(src.size(), 0xA5);
           ASSERT_EQ(GradeChannels8u_C4(View(src, width, 3, 4), View(dst, width, 3, 4), at, grade),
