@@ -340,15 +340,26 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
                          src.format, src.flipped != 0)) {
     return false;
   }
-  const kernels::ConstImageView picture = src.View().Sub(0, 0, width, height, src.pixelBytes);
-  if (kernels::CopyWithBorder(picture, bordered.View(), src.pixelBytes, kBorder, kBorder) !=
+  // The destination starts as the source, alpha included; the search changes colours only.
+  // Both copies take each source row while it is in the cache, so the source is read once.
+  const int32_t pixelBytes = src.pixelBytes;
+  const kernels::ConstImageView picture = src.View().Sub(0, 0, width, height, pixelBytes);
+  const kernels::ImageView inside =
+      bordered.View().Sub(kBorder, kBorder, width, height, pixelBytes);
+  const kernels::ImageView out = dst.View();
+  for (int32_t y = 0; y < height; ++y) {
+    const kernels::ConstImageView row = picture.Sub(0, y, width, 1, pixelBytes);
+    if (kernels::CopyPixels(row, inside.Sub(0, y, width, 1, pixelBytes), pixelBytes) !=
+            kernels::kOk ||
+        kernels::CopyPixels(row, out.Sub(0, y, width, 1, pixelBytes), pixelBytes) != kernels::kOk) {
+      return false;
+    }
+  }
+  if (kernels::ReplicateBorder(bordered.View(), pixelBytes, kBorder, kBorder, kBorder, kBorder) !=
       kernels::kOk) {
     return false;
   }
-  // The destination starts as the source, alpha included; the search changes colours only.
-  const kernels::ConstImageView inner =
-      bordered.View().Sub(kBorder, kBorder, width, height, src.pixelBytes);
-  if (kernels::CopyPixels(inner, dst.View(), src.pixelBytes) != kernels::kOk) return false;
+  const kernels::ConstImageView inner = inside;
   // The column pass reads its centre lane along memory from a transposed copy.
   FrameBuffer columns;
   if (!columns.Allocate(height, width, src.pixelBytes, &setup.memory(), src.format, false) ||

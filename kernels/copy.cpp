@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kernels/dispatch.h"
+#include "kernels/transpose_hwy.h"
+
 namespace vitrella::kernels {
 namespace {
 
@@ -20,14 +23,15 @@ void RepeatPixel(uint8_t* to, const uint8_t* pixel, int32_t count, int32_t pixel
 }
 
 // Square tiles small enough that a tile's source and destination rows stay in the
-// first-level cache while it is turned.
+// first-level cache while it is turned: columns left..right - 1 of rows top..bottom - 1.
 template <size_t kPixelBytes>
-void TransposeTiles(ConstImageView src, ImageView dst, int32_t width, int32_t height) {
+void TransposeTiles(ConstImageView src, ImageView dst, int32_t left, int32_t right, int32_t top,
+                    int32_t bottom) {
   constexpr int32_t kTile = kPixelBytes > 4 ? 8 : 16;
-  for (int32_t y0 = 0; y0 < height; y0 += kTile) {
-    const int32_t y1 = std::min(height, y0 + kTile);
-    for (int32_t x0 = 0; x0 < width; x0 += kTile) {
-      const int32_t x1 = std::min(width, x0 + kTile);
+  for (int32_t y0 = top; y0 < bottom; y0 += kTile) {
+    const int32_t y1 = std::min(bottom, y0 + kTile);
+    for (int32_t x0 = left; x0 < right; x0 += kTile) {
+      const int32_t x1 = std::min(right, x0 + kTile);
       for (int32_t x = x0; x < x1; ++x) {
         uint8_t* to = dst.Row(x);
         const uint8_t* from = src.data + static_cast<ptrdiff_t>(x) * kPixelBytes;
@@ -49,11 +53,18 @@ Status TransposePixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
   const int32_t height = std::min(src.height, dst.width);
   switch (pixelBytes) {
     case 4:
-      TransposeTiles<4>(src, dst, width, height);
+      TransposeTiles<4>(src, dst, 0, width, 0, height);
       break;
-    case 16:
-      TransposeTiles<16>(src, dst, width, height);
+    case 16: {
+      // Whole blocks in vector registers where the processor has them, tiles for the rest.
+      vector::Covered blocks{0, 0};
+      if (!UseReferenceKernels()) {
+        blocks = vector::TransposePixels16(src.data, src.pitch, dst.data, dst.pitch, width, height);
+      }
+      TransposeTiles<16>(src, dst, blocks.columns, width, 0, blocks.rows);
+      TransposeTiles<16>(src, dst, 0, width, blocks.rows, height);
       break;
+    }
     default:
       for (int32_t y = 0; y < height; ++y) {
         for (int32_t x = 0; x < width; ++x) {

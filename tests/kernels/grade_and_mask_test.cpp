@@ -256,22 +256,23 @@ TEST_P(GradeAndMask, ColourRunsEndAtTheFirstPixelBeyondTheTolerance) {
 
 // Columns become rows, for pixels of four and sixteen bytes, on tiles cut at odd edges.
 TEST_P(GradeAndMask, TransposesPixelsOfEverySize) {
-  for (int32_t pixelBytes : {4, 16, 3}) {
-    constexpr int32_t kW = 37;
-    constexpr int32_t kH = 19;
-    std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(kW) * kH * pixelBytes, 5);
-    std::vector<uint8_t> dst(static_cast<size_t>(kW) * (kH + 1) * pixelBytes, 0xAB);
-    ASSERT_EQ(TransposePixels(View(src, kW, kH, pixelBytes), View(dst, kH + 1, kW, pixelBytes),
-                              pixelBytes),
-              kOk);
-    for (int32_t y = 0; y < kH + 1; ++y) {
-      for (int32_t x = 0; x < kW; ++x) {
-        const uint8_t* got = &dst[(static_cast<size_t>(x) * (kH + 1) + y) * pixelBytes];
-        for (int32_t b = 0; b < pixelBytes; ++b) {
-          // The column past the source's height stays as it was.
-          const uint8_t want =
-              y < kH ? src[(static_cast<size_t>(y) * kW + x) * pixelBytes + b] : uint8_t{0xAB};
-          ASSERT_EQ(got[b], want) << pixelBytes << " bytes, " << x << "," << y;
+  // Sizes with and without a remainder beyond whole vector blocks.
+  for (const auto& [kW, kH] : {std::pair{37, 19}, std::pair{40, 16}}) {
+    for (int32_t pixelBytes : {4, 16, 3}) {
+      std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(kW) * kH * pixelBytes, 5);
+      std::vector<uint8_t> dst(static_cast<size_t>(kW) * (kH + 1) * pixelBytes, 0xAB);
+      ASSERT_EQ(TransposePixels(View(src, kW, kH, pixelBytes), View(dst, kH + 1, kW, pixelBytes),
+                                pixelBytes),
+                kOk);
+      for (int32_t y = 0; y < kH + 1; ++y) {
+        for (int32_t x = 0; x < kW; ++x) {
+          const uint8_t* got = &dst[(static_cast<size_t>(x) * (kH + 1) + y) * pixelBytes];
+          for (int32_t b = 0; b < pixelBytes; ++b) {
+            // The column past the source's height stays as it was.
+            const uint8_t want =
+                y < kH ? src[(static_cast<size_t>(y) * kW + x) * pixelBytes + b] : uint8_t{0xAB};
+            ASSERT_EQ(got[b], want) << pixelBytes << " bytes, " << x << "," << y;
+          }
         }
       }
     }
