@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <functional>
 #include <optional>
@@ -116,30 +117,62 @@ cv::Mat RenderedPicture(const ClipJob& job, const HostFrame& frame) {
   return picture;
 }
 
+// A destination frame that lies in a picture of the writer's pool, zeroed, so that the
+// picture goes to the writer as the effect left it, without a copy. Its rows are padded as
+// an OwnedFrame's are.
+struct PictureFrame {
+  cv::Mat picture;
+  HostFrame record{};
+};
+
+PictureFrame DestinationPicture(const ClipJob& job, const HostFrame& source) {
+  const int type = IsFloatFormat(source.format) ? CV_32FC4 : CV_8UC4;
+  const int32_t padded = source.pitch / source.pixelBytes;
+  cv::Mat whole = job.rendered.Take(source.height, padded, type);
+  std::memset(whole.data, 0, whole.total() * whole.elemSize());
+  PictureFrame frame{whole(cv::Rect(0, 0, source.width, source.height)), source};
+  frame.record.data = frame.picture.data;
+  return frame;
+}
+
+// The effect left the record as the host made it: the picture holds its result.
+bool SameRecord(const HostFrame& a, const HostFrame& b) {
+  return a.data == b.data && a.width == b.width && a.height == b.height && a.pitch == b.pitch &&
+         a.pixelBytes == b.pixelBytes && a.format == b.format && a.flipped == b.flipped;
+}
+
 void RenderFrames(const ClipJob& job) {
   const RenderOptions& options = job.options;
   const RowOrder order = options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst;
   EffectHost host(job.values, job.instanceKey, options.serveFrames ? &job.server : nullptr);
+  // Frames whose rows run top first with blue first are laid out as pictures are, and the
+  // destination is one; others are copied into a picture after the render.
+  const bool direct = order == RowOrder::kTopFirst && !IsAlphaFirst(options.format);
   // Made once and reused while the frames keep their size: fresh frames of a large clip cost
   // more in page faults than many an effect's render.
   std::optional<OwnedFrame> source;
   std::optional<OwnedFrame> destination;
   while (std::optional<FrameQueue::Job> frame = job.queue.PopDecoded()) {
-    if (source && FillFrame(*frame->picture, *source)) {
-      destination->Clear();
-    } else {
+    if (!source || !FillFrame(*frame->picture, *source)) {
       source.emplace(PictureToFrame(*frame->picture, options.format, order));
       destination.emplace(FrameLike(source->record()));
+    } else if (!direct) {
+      destination->Clear();
     }
+    PictureFrame out;
+    if (direct) out = DestinationPicture(job, destination->record());
+    HostFrame& target = direct ? out.record : destination->record();
+    const HostFrame made = target;
     const RenderInfo info = FrameInfo(job, *frame);
-    if (!job.effect.Render(&host, &source->record(), 0, &destination->record(), &info)) {
+    if (!job.effect.Render(&host, &source->record(), 0, &target, &info)) {
       throw HostError("the effect " + job.effectName + " did not render frame " +
                       std::to_string(frame->n) + " of " + job.input + " (" +
                       std::to_string(source->record().width) + "x" +
                       std::to_string(source->record().height) + ", " +
                       std::string(FormatName(options.format)) + ")");
     }
-    job.queue.PushRendered(frame->n, RenderedPicture(job, destination->record()));
+    const bool kept = direct && SameRecord(target, made);
+    job.queue.PushRendered(frame->n, kept ? out.picture : RenderedPicture(job, target));
   }
 }
 

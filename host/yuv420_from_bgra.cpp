@@ -55,14 +55,17 @@ inline int32_t Channel(uint32_t pixel, int shift) {
 }
 
 // Plain loops over whole pixels, one output each, which the compiler vectorises.
+// The weights are taken into locals first: a byte store may alias them, and the compiler
+// would read them again for every pixel instead of vectorising.
 VITRELLA_VECTOR_CLONES void LumaRow(const uint8_t* bgra, int width, const Weights& w,
                                     uint8_t* luma) {
+  const int32_t yr = w.yr, yg = w.yg, yb = w.yb, base = w.yBase;
   for (int x = 0; x < width; ++x) {
     uint32_t pixel;
     std::memcpy(&pixel, bgra + 4 * x, 4);
-    luma[x] = Clamped((w.yr * Channel(pixel, 16) + w.yg * Channel(pixel, 8) +
-                       w.yb * Channel(pixel, 0) + w.yBase) >>
-                      kLumaBits);
+    luma[x] = Clamped(
+        (yr * Channel(pixel, 16) + yg * Channel(pixel, 8) + yb * Channel(pixel, 0) + base) >>
+        kLumaBits);
   }
 }
 
@@ -71,6 +74,8 @@ VITRELLA_VECTOR_CLONES void LumaRow(const uint8_t* bgra, int width, const Weight
 VITRELLA_VECTOR_CLONES void ChromaRow(const uint8_t* top, const uint8_t* bottom, int pairs,
                                       const Weights& w, uint8_t* u, uint8_t* v) {
   constexpr uint64_t kEvenBytes = 0x00FF00FF00FF00FFull;
+  const int32_t ur = w.ur, ug = w.ug, ub = w.ub, vr = w.vr, vg = w.vg, vb = w.vb;
+  const int32_t base = w.cBase;
   for (int i = 0; i < pairs; ++i) {
     uint64_t a;
     uint64_t b;
@@ -85,8 +90,8 @@ VITRELLA_VECTOR_CLONES void ChromaRow(const uint8_t* top, const uint8_t* bottom,
     const auto blue = static_cast<int32_t>(blueRed & 0xFFFF);
     const auto red = static_cast<int32_t>((blueRed >> 16) & 0xFFFF);
     const auto green = static_cast<int32_t>(greenAlpha & 0xFFFF);
-    u[i] = Clamped((w.ur * red + w.ug * green + w.ub * blue + w.cBase) >> kChromaBits);
-    v[i] = Clamped((w.vr * red + w.vg * green + w.vb * blue + w.cBase) >> kChromaBits);
+    u[i] = Clamped((ur * red + ug * green + ub * blue + base) >> kChromaBits);
+    v[i] = Clamped((vr * red + vg * green + vb * blue + base) >> kChromaBits);
   }
 }
 
