@@ -204,8 +204,9 @@ class Sampler8uC4 {
     return hn::Or(hn::BitCast(di_, c02), hn::ShiftLeft<8>(hn::BitCast(di_, c13)));
   }
 
-  // Stores the first `count` lanes' pixels from pixel `at` of `base` on.
-  void Store(hn::Vec<DI> pixels, uint8_t* HWY_RESTRICT base, int32_t at, int32_t count) const {
+  // Writes the first `count` lanes' pixels from pixel `at` of `base` on.
+  void Write(const RowPositions<DF>& p, uint8_t* HWY_RESTRICT base, int32_t at, int32_t count) {
+    const hn::Vec<DI> pixels = Sample(p, count);
     int32_t* out = reinterpret_cast<int32_t*>(base + static_cast<ptrdiff_t>(at) * 4);
     if (count == static_cast<int32_t>(hn::Lanes(di_))) {
       hn::StoreU(pixels, di_, out);
@@ -240,37 +241,33 @@ class Sampler8uC4 {
   HWY_ALIGN int32_t taps_[4 * kMaxLanes] = {};
 };
 
+// Pixels [first, end) of a row, nearest or bilinear, a vector at a time: positions from
+// the mapper, values from the sampler. The last vector may reach past the end: its extra
+// lanes sample positions clamped into the source like any other and are not written.
+// Returns where the plain row takes over: at the end, or at once for cubic.
+template <class Sampler, template <class> class Mapper, class Map>
+int32_t SampleRow(const WarpSource& s, const Map& m, int32_t first, int32_t end,
+                  uint8_t* HWY_RESTRICT base, int32_t mode) {
+  if (mode == kInterCubic) return first;
+  const typename Sampler::DF df;
+  const auto lanes = static_cast<int32_t>(hn::Lanes(df));
+  const Mapper<typename Sampler::DF> mapper(df, s, m);
+  Sampler sampler(s, mode);
+  for (int32_t i = first; i < end; i += lanes)
+    sampler.Write(mapper.At(i), base, i, std::min(lanes, end - i));
+  return end;
+}
+
 void WarpRow8u_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                   uint8_t* HWY_RESTRICT base, int32_t mode) {
-  const hn::ScalableTag<float> df;
-  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
-  int32_t i = first;
-  if (mode != kInterCubic) {
-    const RowMapper<Sampler8uC4::DF> mapper(df, s, m);
-    Sampler8uC4 sampler(s, mode);
-    // The last vector of a row may reach past its end: its extra lanes are not stored.
-    for (; i < end; i += lanes) {
-      const int32_t count = std::min(lanes, end - i);
-      sampler.Store(sampler.Sample(mapper.At(i), count), base, i, count);
-    }
-  }
-  WarpRow<uint8_t>(s, m, i, end, base, mode);
+  const int32_t done = SampleRow<Sampler8uC4, RowMapper>(s, m, first, end, base, mode);
+  WarpRow<uint8_t>(s, m, done, end, base, mode);
 }
 
 void WarpStripRow8u_C4(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
                        uint8_t* HWY_RESTRICT row, int32_t mode) {
-  const hn::ScalableTag<float> df;
-  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
-  int32_t x = first;
-  if (mode != kInterCubic) {
-    const StripMapper<Sampler8uC4::DF> mapper(df, s, m);
-    Sampler8uC4 sampler(s, mode);
-    for (; x < end; x += lanes) {
-      const int32_t count = std::min(lanes, end - x);
-      sampler.Store(sampler.Sample(mapper.At(x), count), row, x, count);
-    }
-  }
-  WarpStripRow<uint8_t>(s, m, x, end, row, mode);
+  const int32_t done = SampleRow<Sampler8uC4, StripMapper>(s, m, first, end, row, mode);
+  WarpStripRow<uint8_t>(s, m, done, end, row, mode);
 }
 
 #endif
@@ -358,33 +355,14 @@ class Sampler32fC4 {
 
 void WarpRow32f_C4(const WarpSource& s, const WarpRowMap& m, int32_t first, int32_t end,
                    uint8_t* HWY_RESTRICT base, int32_t mode) {
-  const hn::ScalableTag<float> df;
-  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
-  int32_t i = first;
-  if (mode != kInterCubic) {
-    const RowMapper<Sampler32fC4::DF> mapper(df, s, m);
-    Sampler32fC4 sampler(s, mode);
-    // The last vector of a row may reach past its end; only its pixels are written.
-    for (; i < end; i += lanes) {
-      sampler.Write(mapper.At(i), base, i, std::min(lanes, end - i));
-    }
-  }
-  WarpRow<float>(s, m, i, end, base, mode);
+  const int32_t done = SampleRow<Sampler32fC4, RowMapper>(s, m, first, end, base, mode);
+  WarpRow<float>(s, m, done, end, base, mode);
 }
 
 void WarpStripRow32f_C4(const WarpSource& s, const StripRowMaps& m, int32_t first, int32_t end,
                         uint8_t* HWY_RESTRICT row, int32_t mode) {
-  const hn::ScalableTag<float> df;
-  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
-  int32_t x = first;
-  if (mode != kInterCubic) {
-    const StripMapper<Sampler32fC4::DF> mapper(df, s, m);
-    Sampler32fC4 sampler(s, mode);
-    for (; x < end; x += lanes) {
-      sampler.Write(mapper.At(x), row, x, std::min(lanes, end - x));
-    }
-  }
-  WarpStripRow<float>(s, m, x, end, row, mode);
+  const int32_t done = SampleRow<Sampler32fC4, StripMapper>(s, m, first, end, row, mode);
+  WarpStripRow<float>(s, m, done, end, row, mode);
 }
 
 #endif
