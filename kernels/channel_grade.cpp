@@ -4,20 +4,11 @@
 #include "kernels/dispatch.h"
 
 namespace vitrella::kernels {
-namespace {
-
-bool ValidPositions(ColourPositions at) {
-  const auto valid = [](int32_t c) { return c >= 0 && c <= 3; };
-  return valid(at.blue) && valid(at.green) && valid(at.red) && at.blue != at.green &&
-         at.blue != at.red && at.green != at.red;
-}
-
-}  // namespace
 
 Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
                           const ByteGradeSpec& grade) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
-  if (!ValidPositions(at)) return kBadChannel;
+  if (!AreThreeChannels(at)) return kBadChannel;
   const bool tables = grade.blueTable != nullptr;
   if (tables && (grade.greenTable == nullptr || grade.redTable == nullptr)) return kNullPointer;
   const Size size = MinSize(src.Extent(), dst.Extent());

@@ -10,12 +10,6 @@
 namespace vitrella::kernels {
 namespace {
 
-bool ThreeChannels(ColourPositions at) {
-  const auto valid = [](int32_t c) { return c >= 0 && c <= 3; };
-  return valid(at.blue) && valid(at.green) && valid(at.red) && at.blue != at.green &&
-         at.blue != at.red && at.green != at.red;
-}
-
 template <typename T, typename Colour>
 int32_t PlainRun(const T* pixels, int32_t count, ColourPositions at, const Colour& colour) {
   const int32_t channels[3] = {at.blue, at.green, at.red};
@@ -36,7 +30,7 @@ int32_t PlainRun(const T* pixels, int32_t count, ColourPositions at, const Colou
 
 int32_t ColourRunLength8u_C4(const uint8_t* pixels, int32_t count, ColourPositions at,
                              const RunColour8u& colour) {
-  if (pixels == nullptr || count < 1 || !ThreeChannels(at)) return 0;
+  if (pixels == nullptr || count < 1 || !AreThreeChannels(at)) return 0;
   // A negative tolerance matches nothing, which bytes cannot say; 255 everything.
   if (colour.tolerance < 0) return 0;
   if (colour.tolerance >= 255) return count;
@@ -50,7 +44,7 @@ int32_t ColourRunLength8u_C4(const uint8_t* pixels, int32_t count, ColourPositio
 
 int32_t ColourRunLength32f_C4(const float* pixels, int32_t count, ColourPositions at,
                               const RunColour32f& colour) {
-  if (pixels == nullptr || count < 1 || !ThreeChannels(at)) return 0;
+  if (pixels == nullptr || count < 1 || !AreThreeChannels(at)) return 0;
   if (UseReferenceKernels()) return PlainRun(pixels, count, at, colour);
   uint32_t lanes[4] = {};
   lanes[at.blue] = lanes[at.green] = lanes[at.red] = ~0u;

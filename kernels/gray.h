@@ -14,6 +14,13 @@ struct ColourPositions {
   int32_t red = 2;
 };
 
+// Three different channels of a four-channel pixel.
+constexpr bool AreThreeChannels(ColourPositions at) {
+  const auto valid = [](int32_t c) { return c >= 0 && c <= 3; };
+  return valid(at.blue) && valid(at.green) && valid(at.red) && at.blue != at.green &&
+         at.blue != at.red && at.green != at.red;
+}
+
 // Byte sources of 3 or 4 bytes per pixel. Into bytes the weights are 15-bit fixed point,
 // rounded to nearest; into floats the gray is scaled to 0..1.
 Status ToGray8u(ConstImageView src, int32_t srcPixelBytes, ColourPositions at, ImageView dst);

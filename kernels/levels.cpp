@@ -9,12 +9,6 @@
 namespace vitrella::kernels {
 namespace {
 
-bool ValidPositions(ColourPositions at) {
-  const auto valid = [](int32_t c) { return c >= 0 && c <= 3; };
-  return valid(at.blue) && valid(at.green) && valid(at.red) && at.blue != at.green &&
-         at.blue != at.red && at.green != at.red;
-}
-
 int32_t AlphaOf(ColourPositions at) {
   return 6 - at.blue - at.green - at.red;
 }
@@ -53,7 +47,7 @@ std::array<float, kLevelBuckets + 1> FloatBoundaries() {
 Status HistogramRgb8u_C4(ConstImageView src, ColourPositions at, RgbHistogram* out) {
   if (out == nullptr) return kNullPointer;
   if (Status s = CheckView(src); s != kOk) return s;
-  if (!ValidPositions(at)) return kBadChannel;
+  if (!AreThreeChannels(at)) return kBadChannel;
   SplitCounts split;
   const uint32_t redShift = 8 * static_cast<uint32_t>(at.red);
   const uint32_t greenShift = 8 * static_cast<uint32_t>(at.green);
@@ -85,7 +79,7 @@ Status HistogramRgb8u_C4(ConstImageView src, ColourPositions at, RgbHistogram* o
 Status HistogramRgb32f_C4(ConstImageView src, ColourPositions at, RgbHistogram* out) {
   if (out == nullptr) return kNullPointer;
   if (Status s = CheckView(src); s != kOk) return s;
-  if (!ValidPositions(at)) return kBadChannel;
+  if (!AreThreeChannels(at)) return kBadChannel;
   static const std::array<float, kLevelBuckets + 1> kBounds = FloatBoundaries();
   const float top = kBounds[kLevelBuckets];
   SplitCounts split;
@@ -122,7 +116,7 @@ Status HistogramRgb32f_C4(ConstImageView src, ColourPositions at, RgbHistogram* 
 Status StretchLevels8u_C4(ConstImageView src, ColourPositions srcAt, ImageView dst,
                           ColourPositions dstAt, const ByteLevels& levels) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
-  if (!ValidPositions(srcAt) || !ValidPositions(dstAt)) return kBadChannel;
+  if (!AreThreeChannels(srcAt) || !AreThreeChannels(dstAt)) return kBadChannel;
   const Size size = MinSize(src.Extent(), dst.Extent());
   const int32_t srcAlpha = AlphaOf(srcAt);
   const int32_t dstAlpha = AlphaOf(dstAt);
@@ -153,7 +147,7 @@ Status StretchLevels8u_C4(ConstImageView src, ColourPositions srcAt, ImageView d
 Status StretchLevels32f_C4(ConstImageView src, ColourPositions srcAt, ImageView dst,
                            ColourPositions dstAt, const FloatLevels& levels) {
   if (Status s = CheckViews(src, dst); s != kOk) return s;
-  if (!ValidPositions(srcAt) || !ValidPositions(dstAt)) return kBadChannel;
+  if (!AreThreeChannels(srcAt) || !AreThreeChannels(dstAt)) return kBadChannel;
   const Size size = MinSize(src.Extent(), dst.Extent());
   const int32_t srcAlpha = AlphaOf(srcAt);
   const int32_t dstAlpha = AlphaOf(dstAt);

@@ -1,6 +1,5 @@
-// The channel grade, the composite through a mask, the neighbour matches and the colour
-// runs on every code path, against the formulas written out here, on odd widths and in
-// both channel orders.
+// The channel grade, the composite through a mask and the colour runs on every code path,
+// against the formulas written out here, on odd widths and in both channel orders.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +13,6 @@
 #include "kernels/colour_run.h"
 #include "kernels/composite.h"
 #include "kernels/copy.h"
-#include "kernels/neighbour_match.h"
 
 namespace vitrella::kernels {
 namespace {
@@ -140,71 +138,6 @@ TEST(CompositeThroughMask, FloatsTakeTheSpotWhereFullAndNeverReadItWhereEmpty) {
   EXPECT_FLOAT_EQ(bg[6], 0.5f);
   EXPECT_FLOAT_EQ(bg[8], 0.8f * 0.5f + 0.1f * 0.25f);
   EXPECT_EQ(CompositeThroughMask32f_C4(f, b, m, 2), kBadChannel);
-}
-
-// Each pixel's bits against the comparisons written out: within the tolerance in all three
-// colour channels for the ten neighbours, beyond it in all three for the right and lower
-// ones; bytes and floats, both channel orders, tolerances from nothing to everything.
-TEST_P(GradeAndMask, NeighbourMatchesAreTheComparisonsOfEachPair) {
-  constexpr int32_t kW = 37;
-  constexpr int32_t kH = 5;
-  constexpr int32_t kBorder = 2;
-  std::mt19937 random(9);
-  for (ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
-    // Few values, so that all three relations occur.
-    std::vector<uint8_t> bytes(static_cast<size_t>(kW + 2 * kBorder) * (kH + 2 * kBorder) * 4);
-    for (uint8_t& b : bytes)
-      b = static_cast<uint8_t>(random() % 4 * 60);
-    std::vector<float> floats(bytes.begin(), bytes.end());
-    for (float& f : floats)
-      f /= 255.0f;
-    const int32_t rowBytes = (kW + 2 * kBorder) * 4;
-    for (int32_t tolerance : {-1, 0, 59, 60, 255}) {
-      std::vector<uint16_t> fromBytes(static_cast<size_t>(kW) * kH, 0xFFFF);
-      std::vector<uint16_t> fromFloats(fromBytes.size(), 0xFFFF);
-      const ConstImageView byteView{bytes.data() + (kBorder * rowBytes + 4 * kBorder), rowBytes, kW,
-                                    kH};
-      const ConstImageView floatView{
-          reinterpret_cast<const uint8_t*>(floats.data()) + 4 * (kBorder * rowBytes + 4 * kBorder),
-          4 * rowBytes, kW, kH};
-      ASSERT_EQ(NeighbourMatches8u_C4(byteView, at, tolerance, fromBytes.data(), kW), kOk);
-      ASSERT_EQ(NeighbourMatches32f_C4(floatView, at, static_cast<float>(tolerance) / 255.0f,
-                                       fromFloats.data(), kW),
-                kOk);
-      for (int32_t y = 0; y < kH; ++y) {
-        for (int32_t x = 0; x < kW; ++x) {
-          // The bits a pixel must have, from a comparison of its colour channels.
-          const auto expected = [&](auto values, auto limit) {
-            const auto pixel = [&](int32_t dx, int32_t dy) {
-              return &values[static_cast<size_t>((y + kBorder + dy) * rowBytes +
-                                                 4 * (x + kBorder + dx))];
-            };
-            const auto within = [&](int32_t dx, int32_t dy) {
-              int32_t count = 0;
-              for (int32_t c : {at.blue, at.green, at.red}) {
-                const auto a = pixel(0, 0)[c];
-                const auto b = pixel(dx, dy)[c];
-                count += (a > b ? a - b : b - a) <= limit ? 1 : 0;
-              }
-              return count;
-            };
-            uint32_t want = 0;
-            for (int32_t i = 0; i < kNeighbourOffsets; ++i) {
-              if (within(kNeighbourDx[i], kNeighbourDy[i]) == 3) want |= 1U << i;
-            }
-            if (within(1, 0) == 0) want |= 1U << kDiffersRightBit;
-            if (within(0, 1) == 0) want |= 1U << kDiffersBelowBit;
-            return want;
-          };
-          const size_t i = static_cast<size_t>(y * kW + x);
-          ASSERT_EQ(fromBytes[i], expected(bytes.data(), tolerance))
-              << "tolerance " << tolerance << " at " << x << "," << y;
-          ASSERT_EQ(fromFloats[i], expected(floats.data(), static_cast<float>(tolerance) / 255.0f))
-              << "tolerance " << tolerance << " at " << x << "," << y;
-        }
-      }
-    }
-  }
 }
 
 // A run ends at the first pixel beyond the tolerance in any colour channel, whichever

@@ -1,0 +1,42 @@
+// Edge Smoother's search for stair-steps: a walk down the columns and then one along the
+// rows, which mark the pixels that the effect then replaces with their blurred colour.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/frame_buffer.h"
+
+namespace vitrella {
+
+// The pixels the search reads. `bordered` is the source with a margin of two pixels that
+// repeat its edge: image pixel (x, y) at (x + 2, y + 2). `columns` is the same transposed:
+// image pixel (x, y) at row x + 2, column y + 2. Channel indices of red, green and blue.
+struct StepSource {
+  const FrameBuffer* bordered;
+  const FrameBuffer* columns;
+  int32_t width;
+  int32_t height;
+  int32_t red;
+  int32_t green;
+  int32_t blue;
+};
+
+// What the search marks: 1 in the byte of each pixel to blur, and for each image row the
+// count of marks made in it (a pixel marked twice counts twice).
+struct StepMarks {
+  uint8_t* marks;
+  ptrdiff_t pitch;
+  int32_t* rowCounts;
+};
+
+// Runs the search. With `planes`, it first compares each line with the lines beside it as
+// rows of bits, which pays where most pixels differ from the running colour; else it
+// compares pixel by pixel as it goes. Both give the same marks. False if a comparison
+// failed, which only odd frames can cause.
+bool SearchSteps8u(const StepSource& source, int32_t tolerance, bool softenLines, bool planes,
+                   const StepMarks& marks);
+bool SearchSteps32f(const StepSource& source, float tolerance, bool softenLines, bool planes,
+                    const StepMarks& marks);
+
+}  // namespace vitrella

@@ -1,0 +1,50 @@
+// How the pixels of a line compare with those just behind them on the same line and with
+// those of the lines on either side, as rows of bits: a walk along the line that asks at
+// every pixel whether its neighbours match then reads bits instead of comparing colours.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kernels/gray.h"
+#include "kernels/image.h"
+
+namespace vitrella::kernels {
+
+// The planes, one bit per position p of the centre lane C; S is a side lane, 0 the one
+// before the centre and 1 the one after it. Two pixels match when each of their three
+// colour channels lies within the tolerance of the other's, and differ in all when each
+// lies beyond it; bytes compare as integers, floats as floats, and a NaN does neither.
+inline constexpr int32_t kCentreSelf = 0;   // C(p) matches itself: not for a NaN
+inline constexpr int32_t kCentreBack1 = 1;  // C(p) matches C(p - 1)
+inline constexpr int32_t kCentreBack2 = 2;  // C(p) matches C(p - 2)
+// Plus 5 * side + d + 2: S(p + d) matches C(p), for d from -2 to 2.
+inline constexpr int32_t kSideMatches = 3;
+// Plus 2 * side + d: S(p + d) differs in all from C(p), for d of 0 and 1.
+inline constexpr int32_t kSideDiffers = kSideMatches + 10;
+inline constexpr int32_t kLanePlanes = kSideDiffers + 4;
+
+constexpr int32_t SideMatchPlane(int32_t side, int32_t d) {
+  return kSideMatches + 5 * side + d + 2;
+}
+constexpr int32_t SideDiffersPlane(int32_t side, int32_t d) {
+  return kSideDiffers + 2 * side + d;
+}
+
+// Fills the kLanePlanes planes, plane k from planes + k * planePitch, with the bits of
+// positions 0 to count - 1 at bit p % 64 of word p / 64, and clears their bits from
+// count to the end of the last word. Every lane is read from position -2 to count + 1.
+// Byte tolerances are held to 0 to 255.
+Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                        int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
+                        ptrdiff_t planePitch);
+Status LaneMatches32f_C4(const float* before, const float* centre, const float* after,
+                         int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
+                         ptrdiff_t planePitch);
+
+// Words each plane needs for count positions.
+constexpr ptrdiff_t LaneWords(int32_t count) {
+  return (static_cast<ptrdiff_t>(count) + 63) / 64;
+}
+
+}  // namespace vitrella::kernels

@@ -1,0 +1,150 @@
+// Compiled once per processor family by Highway's foreach_target.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kernels/lane_match_hwy.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "kernels/lane_match.h"
+#include "kernels/lane_match_hwy.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vitrella::kernels::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Sets the n bits of positions p onwards, which may straddle two words. A block that
+// overlaps one already written sets its bits again to the same values.
+inline void PutBits(uint64_t* plane, int32_t p, uint64_t bits, int32_t n) {
+  const int32_t shift = p & 63;
+  plane[p >> 6] |= bits << shift;
+  if (shift != 0 && shift + n > 64) plane[(p >> 6) + 1] |= bits >> (64 - shift);
+}
+
+// Whole vectors from position 0, and a last one that ends at count and overlaps the one
+// before it: no lane is read past position count + 1.
+template <typename Block>
+void EveryBlock(int32_t count, int32_t pixels, Block block) {
+  int32_t p = 0;
+  for (; p + pixels <= count; p += pixels)
+    block(p);
+  if (p < count) block(count - pixels);
+}
+
+// Bytes as bytes: the absolute difference from the two saturated subtractions, beyond the
+// tolerance or not, kept in the colour bytes. A pixel matches where none is beyond it and
+// differs in all where every one is.
+int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                      int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
+                      ptrdiff_t planePitch) {
+#if HWY_TARGET == HWY_SCALAR  // one-lane vectors cannot hold the bytes of a pixel
+  (void)before, (void)centre, (void)after, (void)count, (void)colourBytes, (void)tolerance;
+  (void)planes, (void)planePitch;
+  return 0;
+#else
+  const hn::ScalableTag<uint32_t> d;
+  const hn::Repartition<uint8_t, decltype(d)> d8;
+  const int32_t n = static_cast<int32_t>(hn::Lanes(d));
+  if (count < n) return 0;
+  const auto limit = hn::Set(d8, static_cast<uint8_t>(tolerance));
+  const auto colour = hn::Set(d, colourBytes);
+  const auto zero = hn::Zero(d);
+  const auto beyond = [&](const uint8_t* a, const uint8_t* b) {
+    const auto va = hn::LoadU(d8, a);
+    const auto vb = hn::LoadU(d8, b);
+    const auto difference = hn::Or(hn::SaturatedSub(va, vb), hn::SaturatedSub(vb, va));
+    return hn::And(hn::BitCast(d, hn::VecFromMask(d8, hn::Gt(difference, limit))), colour);
+  };
+  const auto put = [&](int32_t plane, int32_t p, auto mask) {
+    uint64_t bits = 0;
+    hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
+    PutBits(planes + plane * planePitch, p, bits, n);
+  };
+  const uint8_t* sides[2] = {before, after};
+  EveryBlock(count, n, [&](int32_t p) {
+    const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
+    put(kCentreSelf, p, hn::Eq(zero, zero));
+    put(kCentreBack1, p, hn::Eq(beyond(c, c - 4), zero));
+    put(kCentreBack2, p, hn::Eq(beyond(c, c - 8), zero));
+    for (int32_t side = 0; side < 2; ++side) {
+      for (int32_t dp = -2; dp <= 2; ++dp) {
+        const auto over = beyond(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp), c);
+        put(SideMatchPlane(side, dp), p, hn::Eq(over, zero));
+        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), p, hn::Eq(over, colour));
+      }
+    }
+  });
+  return count;
+#endif
+}
+
+// Floats as the plain comparisons make them: |a - b| <= tolerance to match and > to
+// differ, both false for a NaN. A vector holds whole pixels, and a pixel's bit needs all
+// four of its lanes, the alpha lane always counting as true.
+int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
+                       const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
+                       ptrdiff_t planePitch) {
+  const hn::ScalableTag<float> d;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+  const int32_t n = lanes / 4;
+  if (lanes % 4 != 0 || n < 1 || n > 16 || count < n) return 0;
+  uint64_t alphaBits = 0;
+  for (int32_t i = 0; i < lanes; ++i)
+    alphaBits |= static_cast<uint64_t>(colourLanes[i % 4] == 0) << i;
+  const auto limit = hn::Set(d, tolerance);
+  // One bit per pixel from one per lane: the lowest of each four where all four are set.
+  const auto put = [&](int32_t plane, int32_t p, auto mask) {
+    uint64_t bits = 0;
+    hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
+    bits |= alphaBits;
+    bits &= bits >> 1;
+    bits &= bits >> 2;
+    uint64_t pixels = 0;
+    for (int32_t j = 0; j < n; ++j)
+      pixels |= ((bits >> (4 * j)) & 1) << j;
+    PutBits(planes + plane * planePitch, p, pixels, n);
+  };
+  const float* sides[2] = {before, after};
+  EveryBlock(count, n, [&](int32_t p) {
+    const float* c = centre + 4 * static_cast<ptrdiff_t>(p);
+    const auto vc = hn::LoadU(d, c);
+    const auto distance = [&](const float* other) {
+      return hn::Abs(hn::Sub(hn::LoadU(d, other), vc));
+    };
+    put(kCentreSelf, p, hn::Le(hn::Sub(vc, vc), limit));
+    put(kCentreBack1, p, hn::Le(distance(c - 4), limit));
+    put(kCentreBack2, p, hn::Le(distance(c - 8), limit));
+    for (int32_t side = 0; side < 2; ++side) {
+      for (int32_t dp = -2; dp <= 2; ++dp) {
+        const auto apart = distance(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp));
+        put(SideMatchPlane(side, dp), p, hn::Le(apart, limit));
+        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), p, hn::Gt(apart, limit));
+      }
+    }
+  });
+  return count;
+}
+
+}  // namespace vitrella::kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace vitrella::kernels::vector {
+
+HWY_EXPORT(LaneMatches8u);
+HWY_EXPORT(LaneMatches32f);
+
+int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                      int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
+                      ptrdiff_t planePitch) {
+  return HWY_DYNAMIC_DISPATCH(LaneMatches8u)(before, centre, after, count, colourBytes, tolerance,
+                                             planes, planePitch);
+}
+
+int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
+                       const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
+                       ptrdiff_t planePitch) {
+  return HWY_DYNAMIC_DISPATCH(LaneMatches32f)(before, centre, after, count, colourLanes, tolerance,
+                                              planes, planePitch);
+}
+
+}  // namespace vitrella::kernels::vector
+#endif

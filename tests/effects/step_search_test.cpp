@@ -1,0 +1,125 @@
+// The step search reads the same marks from rows of bits as from colours compared pixel by
+// pixel: on pictures where every relation between neighbours occurs, at every tolerance
+// that matters, in both channel orders, portrait and landscape, with NaNs and infinities
+// among the floats, and on every kernel path.
+#include "effects/step_search.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "common/kernel_variants.h"
+#include "kernels/copy.h"
+
+namespace vitrella {
+namespace {
+
+constexpr int32_t kBorder = 2;
+
+struct Layout {
+  int32_t red, green, blue;
+};
+
+// The two copies the search reads, made from a picture of few levels so that matches,
+// near misses and differences in all channels all occur; blocks give it steps.
+template <typename T>
+struct Frames {
+  FrameBuffer bordered;
+  FrameBuffer columns;
+
+  Frames(int32_t width, int32_t height, uint32_t seed, bool oddValues) {
+    const int32_t pixelBytes = 4 * static_cast<int32_t>(sizeof(T));
+    EXPECT_TRUE(bordered.Allocate(width + 2 * kBorder, height + 2 * kBorder, pixelBytes, nullptr,
+                                  PixelFormat8BGRA, false));
+    std::mt19937 random(seed);
+    for (int32_t y = 0; y < height; ++y) {
+      T* row = bordered.Row<T>(y + kBorder) + 4 * kBorder;
+      for (int32_t x = 0; x < width * 4; ++x) {
+        const int32_t block = ((x / 4) / 5 + y / 3 + x % 4) % 3;
+        const int32_t level = static_cast<int32_t>(random() % 3) * 30 + block * 70;
+        if constexpr (std::is_same_v<T, uint8_t>) {
+          row[x] = static_cast<T>(level);
+        } else {
+          row[x] = static_cast<float>(level) / 255.0f;
+          if (oddValues && random() % 97 == 0) {
+            row[x] = random() % 2 == 0 ? std::numeric_limits<float>::quiet_NaN()
+                                       : std::numeric_limits<float>::infinity();
+          }
+        }
+      }
+    }
+    EXPECT_EQ(
+        kernels::ReplicateBorder(bordered.View(), pixelBytes, kBorder, kBorder, kBorder, kBorder),
+        kernels::kOk);
+    EXPECT_TRUE(columns.Allocate(height + 2 * kBorder, width + 2 * kBorder, pixelBytes, nullptr,
+                                 PixelFormat8BGRA, false));
+    EXPECT_EQ(kernels::TransposePixels(bordered.View(), columns.View(), pixelBytes), kernels::kOk);
+  }
+};
+
+struct Marks {
+  std::vector<uint8_t> bytes;
+  std::vector<int32_t> rowCounts;
+};
+
+template <typename T, typename Tolerance>
+Marks Search(const Frames<T>& frames, int32_t width, int32_t height, Layout at, Tolerance tolerance,
+             bool soften, bool planes) {
+  Marks marks{std::vector<uint8_t>(static_cast<size_t>(width) * height),
+              std::vector<int32_t>(static_cast<size_t>(height))};
+  const StepSource source{&frames.bordered, &frames.columns, width,  height,
+                          at.red,           at.green,        at.blue};
+  const StepMarks out{marks.bytes.data(), width, marks.rowCounts.data()};
+  bool ok = false;
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    ok = SearchSteps8u(source, tolerance, soften, planes, out);
+  } else {
+    ok = SearchSteps32f(source, tolerance, soften, planes, out);
+  }
+  EXPECT_TRUE(ok);
+  return marks;
+}
+
+class StepSearchPaths : public kernels::OnEveryKernelPath {};
+
+TEST_P(StepSearchPaths, PlanesGiveTheMarksOfThePlainComparisons) {
+  struct Size {
+    int32_t width, height;
+  };
+  int64_t marked = 0;
+  for (const Size size : {Size{70, 41}, Size{41, 70}, Size{131, 9}, Size{9, 131}, Size{7, 7}}) {
+    for (const Layout at : {Layout{2, 1, 0}, Layout{1, 2, 3}}) {
+      for (const int32_t tolerance : {0, 29, 30, 69, 255}) {
+        for (const bool soften : {false, true}) {
+          const auto seed = static_cast<uint32_t>(size.width * 7 + tolerance + (soften ? 1 : 0));
+          const Frames<uint8_t> bytes(size.width, size.height, seed, false);
+          const Marks plain = Search(bytes, size.width, size.height, at, tolerance, soften, false);
+          const Marks fast = Search(bytes, size.width, size.height, at, tolerance, soften, true);
+          ASSERT_EQ(fast.bytes, plain.bytes) << size.width << "x" << size.height << " tolerance "
+                                             << tolerance << " soften " << soften;
+          ASSERT_EQ(fast.rowCounts, plain.rowCounts);
+          for (const uint8_t m : plain.bytes)
+            marked += m;
+          for (const bool odd : {false, true}) {
+            const Frames<float> floats(size.width, size.height, seed, odd);
+            const float limit = static_cast<float>(tolerance) * 0.003921569f;
+            const Marks plainF = Search(floats, size.width, size.height, at, limit, soften, false);
+            const Marks fastF = Search(floats, size.width, size.height, at, limit, soften, true);
+            ASSERT_EQ(fastF.bytes, plainF.bytes) << "floats " << size.width << "x" << size.height
+                                                 << " tolerance " << tolerance << " odd " << odd;
+            ASSERT_EQ(fastF.rowCounts, plainF.rowCounts);
+          }
+        }
+      }
+    }
+  }
+  EXPECT_GT(marked, 1000) << "the pictures must have steps to find";
+}
+
+INSTANTIATE_ON_EVERY_KERNEL_PATH(StepSearchPaths);
+
+}  // namespace
+}  // namespace vitrella

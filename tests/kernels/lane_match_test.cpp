@@ -1,0 +1,153 @@
+// The two kernels of a search that marks pixels and then changes them: the lane matches
+// against the comparisons written out, at every count across the words of a plane, and
+// the marked copy against a plain loop; on every code path, in both channel orders.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "common/kernel_variants.h"
+#include "kernels/lane_match.h"
+#include "kernels/marked_copy.h"
+
+namespace vitrella::kernels {
+namespace {
+
+class LaneKernels : public OnEveryKernelPath {};
+
+// Relations between two pixels: bit 0 a match, bit 1 different in all channels.
+template <typename T, typename Tolerance>
+uint32_t Relation(const T* a, const T* b, ColourPositions at, Tolerance tolerance) {
+  int within = 0;
+  int beyond = 0;
+  for (const int32_t c : {at.blue, at.green, at.red}) {
+    const auto distance = a[c] > b[c] ? a[c] - b[c] : b[c] - a[c];
+    within += distance <= tolerance ? 1 : 0;
+    beyond += distance > tolerance ? 1 : 0;
+  }
+  return (within == 3 ? 1U : 0U) | (beyond == 3 ? 2U : 0U);
+}
+
+template <typename T, typename Tolerance>
+void ExpectPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at,
+                  Tolerance tolerance) {
+  const size_t laneLength = 4 * (static_cast<size_t>(count) + 4);
+  const T* lane[3] = {lanes.data() + 8, lanes.data() + laneLength + 8,
+                      lanes.data() + 2 * laneLength + 8};
+  const ptrdiff_t pitch = LaneWords(count) + 1;
+  std::vector<uint64_t> planes(static_cast<size_t>(pitch) * kLanePlanes, ~uint64_t{0});
+  Status status;
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    status =
+        LaneMatches8u_C4(lane[0], lane[1], lane[2], count, at, tolerance, planes.data(), pitch);
+  } else {
+    status =
+        LaneMatches32f_C4(lane[0], lane[1], lane[2], count, at, tolerance, planes.data(), pitch);
+  }
+  ASSERT_EQ(status, kOk);
+  const auto bit = [&](int32_t plane, int32_t p) {
+    return (planes[static_cast<size_t>(plane * pitch + p / 64)] >> (p % 64) & 1U) != 0;
+  };
+  const auto pixel = [&](int32_t l, int32_t p) { return lane[l] + 4 * p; };
+  for (int32_t p = count; p < 64 * LaneWords(count); ++p) {
+    for (int32_t k = 0; k < kLanePlanes; ++k)
+      ASSERT_FALSE(bit(k, p)) << "plane " << k << " past the count at " << p;
+  }
+  for (int32_t p = 0; p < count; ++p) {
+    const T* c = pixel(1, p);
+    const auto matches = [&](const T* other) {
+      return (Relation(other, c, at, tolerance) & 1U) != 0;
+    };
+    ASSERT_EQ(bit(kCentreSelf, p), matches(c)) << p;
+    ASSERT_EQ(bit(kCentreBack1, p), matches(pixel(1, p - 1))) << p;
+    ASSERT_EQ(bit(kCentreBack2, p), matches(pixel(1, p - 2))) << p;
+    for (int32_t side = 0; side < 2; ++side) {
+      for (int32_t d = -2; d <= 2; ++d) {
+        const uint32_t relation = Relation(pixel(2 * side, p + d), c, at, tolerance);
+        ASSERT_EQ(bit(SideMatchPlane(side, d), p), (relation & 1U) != 0)
+            << "count " << count << " side " << side << " offset " << d << " at " << p;
+        if (d == 0 || d == 1) {
+          ASSERT_EQ(bit(SideDiffersPlane(side, d), p), (relation & 2U) != 0)
+              << "count " << count << " side " << side << " offset " << d << " at " << p;
+        }
+      }
+    }
+  }
+}
+
+TEST_P(LaneKernels, LaneMatchesAreTheComparisonsOfEachPair) {
+  std::mt19937 random(5);
+  for (const ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
+    for (const int32_t count : {0, 1, 3, 4, 17, 63, 64, 65, 130}) {
+      // Three lanes with two pixels of margin on either side; few values, so that all
+      // three relations occur.
+      std::vector<uint8_t> bytes(3 * 4 * (static_cast<size_t>(count) + 4));
+      for (uint8_t& b : bytes)
+        b = static_cast<uint8_t>(random() % 4 * 60);
+      std::vector<float> floats(bytes.begin(), bytes.end());
+      for (float& f : floats) {
+        f /= 255.0f;
+        if (random() % 50 == 0) f = std::numeric_limits<float>::quiet_NaN();
+        if (random() % 50 == 0) f = std::numeric_limits<float>::infinity();
+      }
+      for (const int32_t tolerance : {0, 59, 60, 255}) {
+        ExpectPlanes(bytes, count, at, tolerance);
+        ExpectPlanes(floats, count, at, static_cast<float>(tolerance) / 255.0f);
+      }
+    }
+  }
+}
+
+TEST_P(LaneKernels, LaneMatchesRefuseWhatTheyCannotRead) {
+  std::vector<uint8_t> pixels(64, 0);
+  std::vector<uint64_t> planes(kLanePlanes, 0);
+  const uint8_t* p = pixels.data() + 8;
+  EXPECT_EQ(LaneMatches8u_C4(nullptr, p, p, 1, {}, 0, planes.data(), 1), kNullPointer);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {}, 0, nullptr, 1), kNullPointer);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, -1, {}, 0, planes.data(), 1), kBadSize);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1), kBadPitch);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {0, 0, 2}, 0, planes.data(), 1), kBadChannel);
+}
+
+// Only the colour channels of marked pixels change, whichever vector lane they fall in.
+TEST_P(LaneKernels, MarkedCopyTakesTheColourOfMarkedPixelsOnly) {
+  std::mt19937 random(8);
+  for (const ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
+    const int32_t alpha = 6 - at.blue - at.green - at.red;
+    for (const int32_t count : {1, 5, 16, 37}) {
+      std::vector<uint8_t> marks(static_cast<size_t>(count));
+      for (uint8_t& m : marks)
+        m = random() % 2 == 0 ? 0 : 1;
+      std::vector<uint8_t> from(4 * marks.size());
+      std::vector<uint8_t> to(from.size());
+      for (size_t i = 0; i < from.size(); ++i) {
+        from[i] = static_cast<uint8_t>(random());
+        to[i] = static_cast<uint8_t>(random());
+      }
+      std::vector<float> fromF(from.begin(), from.end());
+      std::vector<float> toF(to.begin(), to.end());
+      std::vector<uint8_t> want = to;
+      for (int32_t x = 0; x < count; ++x) {
+        for (const int32_t c : {at.blue, at.green, at.red}) {
+          if (marks[static_cast<size_t>(x)] != 0) want[4 * x + c] = from[4 * x + c];
+        }
+      }
+      ASSERT_EQ(CopyMarked8u_C4(marks.data(), from.data(), to.data(), count, at), kOk);
+      ASSERT_EQ(CopyMarked32f_C4(marks.data(), fromF.data(), toF.data(), count, at), kOk);
+      EXPECT_EQ(to, want) << "count " << count;
+      EXPECT_EQ(std::vector<float>(want.begin(), want.end()), toF) << "count " << count;
+      for (int32_t x = 0; x < count; ++x)
+        ASSERT_EQ(to[4 * x + alpha], want[4 * x + alpha]);
+    }
+  }
+  uint8_t byte = 0;
+  EXPECT_EQ(CopyMarked8u_C4(nullptr, &byte, &byte, 1, {}), kNullPointer);
+  EXPECT_EQ(CopyMarked8u_C4(&byte, &byte, &byte, 1, {1, 1, 2}), kBadChannel);
+}
+
+INSTANTIATE_ON_EVERY_KERNEL_PATH(LaneKernels);
+
+}  // namespace
+}  // namespace vitrella::kernels
