@@ -1,15 +1,15 @@
 #include "effects/edge_smoother.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <type_traits>
-#include <vector>
 
 #include "core/frame_buffer.h"
 #include "core/render_setup.h"
 #include "effects/step_search.h"
+#include "kernels/bit_planes.h"
 #include "kernels/copy.h"
 #include "kernels/filter_gauss.h"
 #include "kernels/marked_copy.h"
@@ -81,8 +81,8 @@ bool ManyEdges(const FrameBuffer& bordered, int32_t width, int32_t height, const
 // source's 3 by 3 Gaussian blur. A row with many marks is blurred whole and copied
 // through its marks; one with few blurs just those pixels.
 template <typename T>
-bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const FrameBuffer& marks,
-                const int32_t* rowCounts, bool showChanged) {
+bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const uint64_t* marks,
+                ptrdiff_t markPitch, bool showChanged) {
   const FrameBuffer& src = setup.src();
   const FrameBuffer& dst = setup.dst();
   const int32_t width = setup.width();
@@ -102,22 +102,24 @@ bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const FrameBuff
   }
   const kernels::ConstImageView inside =
       bordered.View().Sub(kBorder, kBorder, width, setup.height(), pixelBytes);
+  const ptrdiff_t words = (width + 63) / 64;
   for (int32_t y = 0; y < setup.height(); ++y) {
-    if (rowCounts[y] == 0) continue;
-    const uint8_t* rowMarks = marks.Row(y);
+    const uint64_t* rowMarks = marks + y * markPitch;
+    int32_t count = 0;
+    for (ptrdiff_t w = 0; w < words; ++w)
+      count += std::popcount(rowMarks[w]);
+    if (count == 0) continue;
     T* out = dst.Row<T>(y);
-    if (!showChanged && rowCounts[y] * 8 < width) {
+    if (!showChanged && count * 8 < width) {
       const T* rows[3] = {bordered.Row<const T>(y + kBorder - 1) + 4 * kBorder,
                           bordered.Row<const T>(y + kBorder) + 4 * kBorder,
                           bordered.Row<const T>(y + kBorder + 1) + 4 * kBorder};
-      const uint8_t* end = rowMarks + width;
-      for (const uint8_t* m = rowMarks;
-           (m = static_cast<const uint8_t*>(std::memchr(m, 1, static_cast<size_t>(end - m)))) !=
-           nullptr;
-           ++m) {
-        const ptrdiff_t i = 4 * (m - rowMarks);
-        for (const int32_t c : {at.blue, at.green, at.red})
-          out[i + c] = kernels::Gauss3x3Tap(rows[0] + i + c, rows[1] + i + c, rows[2] + i + c);
+      for (ptrdiff_t w = 0; w < words; ++w) {
+        for (uint64_t bits = rowMarks[w]; bits != 0; bits &= bits - 1) {
+          const ptrdiff_t i = 4 * (64 * w + std::countr_zero(bits));
+          for (const int32_t c : {at.blue, at.green, at.red})
+            out[i + c] = kernels::Gauss3x3Tap(rows[0] + i + c, rows[1] + i + c, rows[2] + i + c);
+        }
       }
       continue;
     }
@@ -178,28 +180,40 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
       kernels::TransposePixels(bordered.View(), columns.View(), pixelBytes) != kernels::kOk) {
     return false;
   }
-  FrameBuffer marks;
-  if (!marks.Allocate(width, height, 1, &setup.memory(), src.format, false) ||
-      kernels::ClearPixels(marks.View(), 1) != kernels::kOk) {
+  // The marks as rows of bits, from the library's own memory: its rows, of four-byte
+  // pixels, are aligned as 64-bit words want, which a host's allocator need not give.
+  const ptrdiff_t rowWords = StepMarkWords(width);
+  const ptrdiff_t columnWords = StepMarkWords(height);
+  FrameBuffer rowMarks;
+  FrameBuffer columnMarks;
+  if (!rowMarks.Allocate(static_cast<int32_t>(2 * rowWords), height, 4, nullptr, src.format,
+                         false) ||
+      !columnMarks.Allocate(static_cast<int32_t>(2 * columnWords), width, 4, nullptr, src.format,
+                            false) ||
+      kernels::ClearPixels(rowMarks.View(), 4) != kernels::kOk ||
+      kernels::ClearPixels(columnMarks.View(), 4) != kernels::kOk) {
     return false;
   }
-  std::vector<int32_t> rowCounts(static_cast<size_t>(height), 0);
   const PixelLayout& layout = setup.srcLayout();
   const StepSource source{&bordered,  &columns,     width,      height,
                           layout.red, layout.green, layout.blue};
-  const StepMarks stepMarks{marks.data, marks.pitch, rowCounts.data()};
+  const StepMarks marks{rowMarks.Row<uint64_t>(0), rowMarks.pitch / 8, columnMarks.Row<uint64_t>(0),
+                        columnMarks.pitch / 8};
   bool searched = false;
   // Floats compare on their own scale: the byte threshold over 255. A quick look at every
   // sixteenth row says whether the search will meet a pattern at most pixels.
   if constexpr (std::is_same_v<T, float>) {
     const float tolerance = static_cast<float>(threshold) * 0.003921569f;
     searched = SearchSteps32f(source, tolerance, softenLines,
-                              ManyEdges<T>(bordered, width, height, layout, tolerance), stepMarks);
+                              ManyEdges<T>(bordered, width, height, layout, tolerance), marks);
   } else {
     searched = SearchSteps8u(source, threshold, softenLines,
-                             ManyEdges<T>(bordered, width, height, layout, threshold), stepMarks);
+                             ManyEdges<T>(bordered, width, height, layout, threshold), marks);
   }
-  return searched && ApplyMarks<T>(setup, bordered, marks, rowCounts.data(), showChanged);
+  // What the walk down the columns marked joins what the one along the rows did.
+  searched = searched && kernels::OrTransposedBits(marks.columns, marks.columnPitch, width, height,
+                                                   marks.rows, marks.rowPitch) == kernels::kOk;
+  return searched && ApplyMarks<T>(setup, bordered, marks.rows, marks.rowPitch, showChanged);
 }
 
 }  // namespace

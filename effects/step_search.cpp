@@ -1,11 +1,13 @@
 #include "effects/step_search.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <type_traits>
 #include <vector>
 
+#include "kernels/bit_planes.h"
 #include "kernels/colour_run.h"
 #include "kernels/lane_match.h"
 
@@ -34,6 +36,63 @@ enum Derived : int32_t {
   kDerivedPlanes
 };
 
+// A pixel's outcome as one byte, packed from the derived planes of one running colour.
+enum CodeBit : uint32_t {
+  kMatchBit = 1,
+  kStepBit = 2,
+  kUpTwoBit = 4,
+  kUpThreeBit = 8,
+  kDownTwoBit = 16,
+  kDownThreeBit = 32,
+  kSoftenBit = 64,
+  kDownOneBit = 128,
+};
+constexpr int32_t kCodePlanes[2][8] = {
+    {kMatch1, kStep1, kUpTwo1, kUpThree1, kDownTwo, kDownThree, kSoften1, kDownOne},
+    {kMatch2, kStep2, kUpTwo2, kUpThree2, kDownTwo, kDownThree, kSoften2, kDownOne}};
+
+// What the walk does at a pixel that does not match the running colour, by its code.
+struct Move {
+  uint8_t centre;  // marks on the centre lane, bit k for inner - 3 + k
+  uint8_t soften;  // 1 to mark the three lanes at inner - 1
+  int8_t advance;
+  int8_t behind;  // where the planes hold the new running colour: 1, 2, or 0 for nowhere
+  int8_t lane;    // the new running colour is on line outer + lane ...
+  int8_t offset;  // ... at inner + offset
+};
+
+std::array<Move, 64> Moves(bool alongRows, bool softenLines) {
+  std::array<Move, 64> moves{};
+  for (uint32_t index = 0; index < 64; ++index) {
+    const uint32_t code = index << 1;
+    Move& m = moves[index];
+    if ((code & kStepBit) == 0) {
+      m = {0, static_cast<uint8_t>(softenLines && (code & kSoftenBit) != 0 ? 1 : 0), 1, 1, 0, 0};
+      continue;
+    }
+    const int32_t up = 1 + ((code & kUpTwoBit) != 0 ? 1 : 0) + ((code & kUpThreeBit) != 0 ? 1 : 0);
+    const int32_t down =
+        1 + ((code & kDownTwoBit) != 0 ? 1 : 0) + ((code & kDownThreeBit) != 0 ? 1 : 0);
+    m.centre = static_cast<uint8_t>(((1U << (up + down)) - 1) << (3 - up));
+    m.advance = static_cast<int8_t>(down + 1);
+    // The new running colour lies along the image row in both passes, to the right of
+    // the pixel: along the walk in the row pass, on a later line in the column pass,
+    // where at the last column but one it reaches one column past the frame and the
+    // bordered copy repeats the edge pixel.
+    m.behind = static_cast<int8_t>(alongRows || down == 1 ? 2 : 0);
+    m.lane = static_cast<int8_t>(alongRows ? 0 : down - 1);
+    m.offset = static_cast<int8_t>(alongRows ? down - 1 : 0);
+  }
+  return moves;
+}
+
+// Sets up to 8 bits of a row of bits from position pos on.
+inline void OrBits(uint64_t* row, int32_t pos, uint64_t bits) {
+  const int32_t shift = pos & 63;
+  row[pos >> 6] |= bits << shift;
+  row[(pos >> 6) + 1] |= (bits >> 1) >> (63 - shift);
+}
+
 template <typename T>
 class StepSearch {
  public:
@@ -46,9 +105,12 @@ class StepSearch {
         tolerance_(tolerance),
         softenLines_(softenLines),
         marks_(marks),
-        pitch_(kernels::LaneWords(std::max(source.width, source.height)) + 2) {
-    if (planes)
-      planes_.assign(static_cast<size_t>(pitch_) * (kernels::kLanePlanes + kDerivedPlanes), 0);
+        words_(kernels::LaneWords(std::max(source.width, source.height))) {
+    if (planes) {
+      planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
+      for (auto& codes : codes_)
+        codes.assign(static_cast<size_t>(64 * words_), 0);
+    }
   }
 
   bool Run() {
@@ -97,21 +159,13 @@ class StepSearch {
     }
   }
 
-  void Mark(int32_t x, int32_t y) const {
-    marks_.marks[y * marks_.pitch + x] = 1;
-    ++marks_.rowCounts[y];
+  // The planes of one line, each with a clear word on either side.
+  uint64_t* Plane(int32_t k) {
+    return planes_.data() + static_cast<ptrdiff_t>(k) * (words_ + 2) + 1;
   }
-
-  // The lane matches of one line, each plane with a clear word on either side, and the
-  // planes drawn from them.
-  uint64_t* Plane(int32_t k) { return planes_.data() + static_cast<ptrdiff_t>(k) * pitch_ + 1; }
   uint64_t* DerivedPlane(int32_t k) { return Plane(kernels::kLanePlanes + k); }
-  bool Bit(int32_t k, int32_t i) const {
-    const uint64_t* plane =
-        planes_.data() + static_cast<ptrdiff_t>(kernels::kLanePlanes + k) * pitch_ + 1;
-    return ((plane[i >> 6] >> (i & 63)) & 1U) != 0;
-  }
   bool FillPlanes(const T* const lane[3], int32_t count);
+  uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
 
   template <bool kAlongRows>
   bool Walk();
@@ -121,9 +175,10 @@ class StepSearch {
   Tolerance tolerance_;
   bool softenLines_;
   StepMarks marks_;
-  ptrdiff_t pitch_;
+  ptrdiff_t words_;
   std::vector<uint64_t> planes_;
-  const T* running_ = kBlack;  // a source pixel, or black at the start
+  std::vector<uint8_t> codes_[2];  // per position, for the running colour 1 and 2 behind
+  const T* running_ = kBlack;      // a source pixel, or black at the start
 };
 
 template <typename T>
@@ -131,10 +186,10 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
   kernels::Status status;
   if constexpr (std::is_same_v<T, uint8_t>) {
     status = kernels::LaneMatches8u_C4(lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0),
-                                       pitch_);
+                                       words_ + 2);
   } else {
     status = kernels::LaneMatches32f_C4(lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0),
-                                        pitch_);
+                                        words_ + 2);
   }
   if (status != kernels::kOk) return false;
   const ptrdiff_t words = kernels::LaneWords(count);
@@ -196,12 +251,66 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
     DerivedPlane(kSoften1)[w] = ~stops1;
     DerivedPlane(kSoften2)[w] = ~stops2;
   }
+  for (int32_t behind = 0; behind < 2; ++behind) {
+    const uint64_t* planes[8];
+    for (int32_t k = 0; k < 8; ++k)
+      planes[k] = DerivedPlane(kCodePlanes[behind][k]);
+    if (kernels::PackBitPlanes(planes, 8, words, codes_[behind].data()) != kernels::kOk) {
+      return false;
+    }
+  }
   return true;
+}
+
+// The code of a pixel that does not match the running colour, from its colours: the
+// pattern's flags are set where a pixel differs from its reference, the running colour
+// for the three cells before `inner` and this pixel from it on, and are asked for only
+// as the runs reach them. The runs ahead never ask for the running colour: the planes,
+// where there are any, know them.
+template <typename T>
+uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const {
+  const auto pixel = [&](int32_t l, int32_t i) { return lane[l] + 4 * static_cast<ptrdiff_t>(i); };
+  const T* here = pixel(1, inner);
+  const auto differs = [&](int32_t l, int32_t i) {
+    return !Matches(pixel(l, inner - 3 + i), i < 3 ? running_ : here);
+  };
+  // Counts from `first` towards `last` while the centre lane matches its reference and
+  // the side lane does not.
+  const auto run = [&](int32_t side, int32_t first, int32_t last) {
+    const int32_t step = first < last ? 1 : -1;
+    int32_t count = 0;
+    for (int32_t i = first;; i += step) {
+      if (differs(1, i) || !differs(side, i)) break;
+      ++count;
+      if (i == last) break;
+    }
+    return count;
+  };
+  const int32_t up = std::max(run(0, 2, 0), run(2, 2, 0));
+  int32_t down = 0;
+  if (up != 0) {
+    if (planes) {
+      const uint32_t known = codes_[0][static_cast<size_t>(inner)];
+      down = ((known & kDownOneBit) != 0 ? 1 : 0) + ((known & kDownTwoBit) != 0 ? 1 : 0) +
+             ((known & kDownThreeBit) != 0 ? 1 : 0);
+    } else {
+      down = std::max(run(0, 3, 5), run(2, 3, 5));
+    }
+  }
+  if (down != 0) {
+    return kStepBit | (up >= 2 ? kUpTwoBit : 0U) | (up >= 3 ? kUpThreeBit : 0U) |
+           (down >= 2 ? kDownTwoBit : 0U) | (down >= 3 ? kDownThreeBit : 0U);
+  }
+  const bool soften = softenLines_ && !Matches(pixel(0, inner), running_) &&
+                      !DiffersInAll(pixel(0, inner - 1), running_) &&
+                      !Matches(pixel(2, inner), running_) &&
+                      !DiffersInAll(pixel(2, inner - 1), running_);
+  return soften ? kSoftenBit : 0U;
 }
 
 // One pass. Its lines are the rows of `bordered` along the rows, of `columns` down the
 // columns; the pattern's three lanes are the lines outer - 1, outer and outer + 1, and
-// run from inner - 3 to inner + 2.
+// run from inner - 3 to inner + 2. Marks go to rows of bits in the same order.
 template <typename T>
 template <bool kAlongRows>
 bool StepSearch<T>::Walk() {
@@ -212,95 +321,43 @@ bool StepSearch<T>::Walk() {
   const auto line = [&](int32_t outer) {
     return lines.Row<const T>(outer + kBorder) + 4 * kBorder;
   };
-  const auto pixel = [](const T* lane, int32_t inner) {
-    return lane + 4 * static_cast<ptrdiff_t>(inner);
-  };
-  const auto mark = [&](int32_t outer, int32_t inner) {
-    if (kAlongRows) {
-      Mark(inner, outer);
-    } else {
-      Mark(outer, inner);
-    }
-  };
+  uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
+  const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
+  const std::array<Move, 64> moves = Moves(kAlongRows, softenLines_);
+  const bool planes = !planes_.empty() && end > 3;
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
     const T* const lane[3] = {line(outer - 1), line(outer), line(outer + 1)};
-    const bool planes = !planes_.empty() && end > 3;
+    const T* const ahead[3] = {lane[1], lane[2], line(outer + 2)};
+    uint64_t* const markRows[3] = {marks + (outer - 1) * markPitch, marks + outer * markPitch,
+                                   marks + (outer + 1) * markPitch};
     if (planes && !FillPlanes(lane, innerExtent)) return false;
     // How far behind the pixel the centre lane holds the running colour: 1 or 2 where the
     // planes know, 0 where it must be compared.
     int32_t behind = 0;
     for (int32_t inner = 3; inner < end;) {
-      const T* here = pixel(lane[1], inner);
+      const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
+      uint32_t code = behind != 0               ? codes_[behind - 1][static_cast<size_t>(inner)]
+                      : Matches(here, running_) ? kMatchBit
+                                                : 0U;
       // Most pixels match the running colour, which changes only where one does not: a
       // direct comparison settles the first, and a scan of the lane those after it.
-      if (behind == 0 ? Matches(here, running_) : Bit(behind == 1 ? kMatch1 : kMatch2, inner)) {
+      if ((code & kMatchBit) != 0) {
         inner += 1 + RunLength(here + 4, end - inner - 1);
         behind = 0;
         continue;
       }
-      int32_t up = 0;
-      int32_t down = 0;
-      bool soften = false;
-      if (behind != 0) {
-        if (Bit(behind == 1 ? kStep1 : kStep2, inner)) {
-          up = 1 + Bit(behind == 1 ? kUpTwo1 : kUpTwo2, inner) +
-               Bit(behind == 1 ? kUpThree1 : kUpThree2, inner);
-          down = 1 + Bit(kDownTwo, inner) + Bit(kDownThree, inner);
-        } else {
-          soften = softenLines_ && Bit(behind == 1 ? kSoften1 : kSoften2, inner);
-        }
+      if (behind == 0) code = CodeByComparing(lane, inner, planes);
+      const Move& move = moves[(code >> 1) & 63];
+      if ((code & kStepBit) != 0) {
+        OrBits(markRows[1], inner - 3, move.centre);
+        running_ = ahead[move.lane] + 4 * static_cast<ptrdiff_t>(inner + move.offset);
+        behind = planes ? move.behind : 0;
+        inner += move.advance;
       } else {
-        // A flag is set where a pixel differs from its reference: the running colour for
-        // the three cells before `inner`, and this pixel from it on. Flags are asked for
-        // only as the runs reach them.
-        const auto differs = [&](int32_t l, int32_t i) {
-          return !Matches(pixel(lane[l], inner - 3 + i), i < 3 ? running_ : here);
-        };
-        // Counts from `first` towards `last` while the centre lane matches its reference
-        // and the side lane does not.
-        const auto run = [&](int32_t side, int32_t first, int32_t last) {
-          const int32_t step = first < last ? 1 : -1;
-          int32_t count = 0;
-          for (int32_t i = first;; i += step) {
-            if (differs(1, i) || !differs(side, i)) break;
-            ++count;
-            if (i == last) break;
-          }
-          return count;
-        };
-        up = std::max(run(0, 2, 0), run(2, 2, 0));
-        if (up != 0) {
-          down = planes ? Bit(kDownOne, inner) + Bit(kDownTwo, inner) + Bit(kDownThree, inner)
-                        : std::max(run(0, 3, 5), run(2, 3, 5));
-        }
-        if (down == 0) {
-          up = 0;
-          soften = softenLines_ && !Matches(pixel(lane[0], inner), running_) &&
-                   !DiffersInAll(pixel(lane[0], inner - 1), running_) &&
-                   !Matches(pixel(lane[2], inner), running_) &&
-                   !DiffersInAll(pixel(lane[2], inner - 1), running_);
-        }
-      }
-      if (down != 0) {
-        for (int32_t i = 1; i <= up; ++i)
-          mark(outer, inner - i);
-        for (int32_t i = 0; i < down; ++i)
-          mark(outer, inner + i);
-        // The new running colour lies along the image row in both passes, to the right
-        // of the pixel. In the column pass at the last column but one that reaches one
-        // column past the frame, where the bordered copy repeats the edge pixel.
-        if (kAlongRows) {
-          running_ = pixel(lane[1], inner + down - 1);
-        } else {
-          running_ = pixel(line(outer + down - 1), inner);
-        }
-        behind = planes && (kAlongRows || down == 1) ? 2 : 0;
-        inner += down + 1;
-      } else {
-        if (soften) {
-          // The line runs straight through here: soften the three cells before it.
-          for (int32_t l = -1; l <= 1; ++l)
-            mark(outer + l, inner - 1);
+        // Where a line runs straight through here, the three cells before it soften.
+        if (move.soften != 0) {
+          for (uint64_t* row : markRows)
+            OrBits(row, inner - 1, 1);
         }
         running_ = here;
         behind = planes ? 1 : 0;

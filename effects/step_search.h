@@ -22,13 +22,18 @@ struct StepSource {
   int32_t blue;
 };
 
-// What the search marks: 1 in the byte of each pixel to blur, and for each image row the
-// count of marks made in it (a pixel marked twice counts twice).
+// What the search marks, as rows of bits: pixel (x, y) at bit x of row y where the walk
+// along the rows marks it, at bit y of row x where the walk down the columns does. A row
+// holds StepMarkWords(pixels) words, `pitch` words apart, and starts clear.
 struct StepMarks {
-  uint8_t* marks;
-  ptrdiff_t pitch;
-  int32_t* rowCounts;
+  uint64_t* rows;
+  ptrdiff_t rowPitch;
+  uint64_t* columns;
+  ptrdiff_t columnPitch;
 };
+constexpr ptrdiff_t StepMarkWords(int32_t pixels) {
+  return (static_cast<ptrdiff_t>(pixels) + 63) / 64 + 1;
+}
 
 // Runs the search. With `planes`, it first compares each line with the lines beside it as
 // rows of bits, which pays where most pixels differ from the running colour; else it

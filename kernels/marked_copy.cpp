@@ -14,10 +14,10 @@ Status Check(const void* marks, const void* from, const void* to, int32_t count,
 }
 
 template <typename T>
-void PlainCopy(const uint8_t* marks, const T* from, T* to, int32_t x, int32_t count,
+void PlainCopy(const uint64_t* marks, const T* from, T* to, int32_t x, int32_t count,
                ColourPositions at) {
   for (; x < count; ++x) {
-    if (marks[x] == 0) continue;
+    if (((marks[x >> 6] >> (x & 63)) & 1U) == 0) continue;
     for (const int32_t c : {at.blue, at.green, at.red})
       to[4 * x + c] = from[4 * x + c];
   }
@@ -25,7 +25,7 @@ void PlainCopy(const uint8_t* marks, const T* from, T* to, int32_t x, int32_t co
 
 }  // namespace
 
-Status CopyMarked8u_C4(const uint8_t* marks, const uint8_t* from, uint8_t* to, int32_t count,
+Status CopyMarked8u_C4(const uint64_t* marks, const uint8_t* from, uint8_t* to, int32_t count,
                        ColourPositions at) {
   if (Status s = Check(marks, from, to, count, at); s != kOk) return s;
   int32_t x = 0;
@@ -38,7 +38,7 @@ Status CopyMarked8u_C4(const uint8_t* marks, const uint8_t* from, uint8_t* to, i
   return kOk;
 }
 
-Status CopyMarked32f_C4(const uint8_t* marks, const float* from, float* to, int32_t count,
+Status CopyMarked32f_C4(const uint64_t* marks, const float* from, float* to, int32_t count,
                         ColourPositions at) {
   if (Status s = Check(marks, from, to, count, at); s != kOk) return s;
   int32_t x = 0;

@@ -1,6 +1,7 @@
-// The two kernels of a search that marks pixels and then changes them: the lane matches
-// against the comparisons written out, at every count across the words of a plane, and
-// the marked copy against a plain loop; on every code path, in both channel orders.
+// The kernels of a search that marks pixels in rows of bits and then changes them: the
+// lane matches against the comparisons written out, at every count across the words of a
+// plane; the packing and turning over of bit planes and the marked copy against plain
+// loops; on every code path, in both channel orders.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "common/kernel_variants.h"
+#include "kernels/bit_planes.h"
 #include "kernels/lane_match.h"
 #include "kernels/marked_copy.h"
 
@@ -116,11 +118,12 @@ TEST_P(LaneKernels, MarkedCopyTakesTheColourOfMarkedPixelsOnly) {
   std::mt19937 random(8);
   for (const ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
     const int32_t alpha = 6 - at.blue - at.green - at.red;
-    for (const int32_t count : {1, 5, 16, 37}) {
-      std::vector<uint8_t> marks(static_cast<size_t>(count));
-      for (uint8_t& m : marks)
-        m = random() % 2 == 0 ? 0 : 1;
-      std::vector<uint8_t> from(4 * marks.size());
+    for (const int32_t count : {1, 5, 16, 37, 150}) {
+      std::vector<uint64_t> marks(static_cast<size_t>(count + 63) / 64);
+      for (uint64_t& m : marks)
+        m = (uint64_t{random()} << 32) | random();
+      const auto marked = [&](int32_t x) { return (marks[x / 64] >> (x % 64) & 1U) != 0; };
+      std::vector<uint8_t> from(4 * static_cast<size_t>(count));
       std::vector<uint8_t> to(from.size());
       for (size_t i = 0; i < from.size(); ++i) {
         from[i] = static_cast<uint8_t>(random());
@@ -131,7 +134,7 @@ TEST_P(LaneKernels, MarkedCopyTakesTheColourOfMarkedPixelsOnly) {
       std::vector<uint8_t> want = to;
       for (int32_t x = 0; x < count; ++x) {
         for (const int32_t c : {at.blue, at.green, at.red}) {
-          if (marks[static_cast<size_t>(x)] != 0) want[4 * x + c] = from[4 * x + c];
+          if (marked(x)) want[4 * x + c] = from[4 * x + c];
         }
       }
       ASSERT_EQ(CopyMarked8u_C4(marks.data(), from.data(), to.data(), count, at), kOk);
@@ -142,9 +145,71 @@ TEST_P(LaneKernels, MarkedCopyTakesTheColourOfMarkedPixelsOnly) {
         ASSERT_EQ(to[4 * x + alpha], want[4 * x + alpha]);
     }
   }
-  uint8_t byte = 0;
-  EXPECT_EQ(CopyMarked8u_C4(nullptr, &byte, &byte, 1, {}), kNullPointer);
-  EXPECT_EQ(CopyMarked8u_C4(&byte, &byte, &byte, 1, {1, 1, 2}), kBadChannel);
+  uint8_t pixel[4] = {};
+  const uint64_t mark = 1;
+  EXPECT_EQ(CopyMarked8u_C4(nullptr, pixel, pixel, 1, {}), kNullPointer);
+  EXPECT_EQ(CopyMarked8u_C4(&mark, pixel, pixel, 1, {1, 1, 2}), kBadChannel);
+}
+
+// Byte p holds bit p of each plane in the plane's place, for every count of planes.
+TEST_P(LaneKernels, PackedPlanesHoldEachPlanesBitInItsPlace) {
+  std::mt19937_64 random(3);
+  constexpr ptrdiff_t kWords = 3;
+  std::vector<uint64_t> planes(8 * kWords);
+  for (uint64_t& word : planes)
+    word = random();
+  const uint64_t* rows[8];
+  for (int32_t k = 0; k < 8; ++k)
+    rows[k] = planes.data() + k * kWords;
+  for (int32_t count = 0; count <= 8; ++count) {
+    std::vector<uint8_t> bytes(64 * kWords, 0xEE);
+    ASSERT_EQ(PackBitPlanes(rows, count, kWords, bytes.data()), kOk);
+    for (int32_t p = 0; p < 64 * kWords; ++p) {
+      uint32_t want = 0;
+      for (int32_t k = 0; k < count; ++k)
+        want |= static_cast<uint32_t>(rows[k][p / 64] >> (p % 64) & 1U) << k;
+      ASSERT_EQ(bytes[static_cast<size_t>(p)], want) << count << " planes, position " << p;
+    }
+  }
+  EXPECT_EQ(PackBitPlanes(rows, 9, kWords,
+                          planes.empty() ? nullptr : reinterpret_cast<uint8_t*>(planes.data())),
+            kBadSize);
+}
+
+// Every set bit lands turned over, on matrices that end inside a block or fill it, and
+// what dst held already stays.
+TEST(BitMatrix, OrTransposedBitsTurnsEveryBitOver) {
+  std::mt19937_64 random(6);
+  struct Size {
+    int32_t rows, columns;
+  };
+  for (const Size size : {Size{1, 1}, Size{64, 64}, Size{70, 130}, Size{130, 3}, Size{5, 200}}) {
+    const ptrdiff_t srcPitch = (size.columns + 63) / 64 + 1;
+    const ptrdiff_t dstPitch = (size.rows + 63) / 64;
+    std::vector<uint64_t> src(static_cast<size_t>(srcPitch * size.rows));
+    for (uint64_t& word : src)
+      word = random() & random();  // sparse enough to leave whole blocks empty too
+    std::vector<uint64_t> dst(static_cast<size_t>(dstPitch * size.columns));
+    for (uint64_t& word : dst)
+      word = random() & random() & random();
+    const std::vector<uint64_t> before = dst;
+    ASSERT_EQ(OrTransposedBits(src.data(), srcPitch, size.rows, size.columns, dst.data(), dstPitch),
+              kOk);
+    const auto bit = [](const std::vector<uint64_t>& m, ptrdiff_t pitch, int32_t r, int32_t c) {
+      return (m[static_cast<size_t>(r * pitch + c / 64)] >> (c % 64) & 1U) != 0;
+    };
+    for (int32_t c = 0; c < size.columns; ++c) {
+      for (int32_t r = 0; r < 64 * dstPitch; ++r) {
+        const bool want =
+            bit(before, dstPitch, c, r) || (r < size.rows && bit(src, srcPitch, r, c));
+        ASSERT_EQ(bit(dst, dstPitch, c, r), want)
+            << size.rows << "x" << size.columns << " at " << r << "," << c;
+      }
+    }
+  }
+  uint64_t word = 0;
+  EXPECT_EQ(OrTransposedBits(nullptr, 1, 1, 1, &word, 1), kNullPointer);
+  EXPECT_EQ(OrTransposedBits(&word, 1, 1, 65, &word, 1), kBadPitch);
 }
 
 INSTANTIATE_ON_EVERY_KERNEL_PATH(LaneKernels);

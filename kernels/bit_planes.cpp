@@ -1,0 +1,70 @@
+#include "kernels/bit_planes.h"
+
+#include <algorithm>
+
+#include "kernels/bit_planes_hwy.h"
+#include "kernels/dispatch.h"
+
+namespace vitrella::kernels {
+namespace {
+
+// Turns a 64 by 64 block of bits over in place, bit c of row r to bit r of row c: swaps
+// of ever smaller squares, 32 by 32 first, each step over all rows at once.
+void Transpose64(uint64_t (&block)[64]) {
+  uint64_t mask = 0x00000000FFFFFFFFULL;
+  for (int32_t j = 32; j != 0; j >>= 1, mask ^= mask << j) {
+    for (int32_t k = 0; k < 64; k = ((k | j) + 1) & ~j) {
+      const uint64_t t = ((block[k] >> j) ^ block[k | j]) & mask;
+      block[k] ^= t << j;
+      block[k | j] ^= t;
+    }
+  }
+}
+
+}  // namespace
+
+Status PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_t words,
+                     uint8_t* bytes) {
+  if (planes == nullptr || bytes == nullptr) return kNullPointer;
+  if (planeCount < 0 || planeCount > 8 || words < 0) return kBadSize;
+  for (int32_t k = 0; k < planeCount; ++k) {
+    if (planes[k] == nullptr) return kNullPointer;
+  }
+  if (!UseReferenceKernels() && vector::PackBitPlanes(planes, planeCount, words, bytes)) {
+    return kOk;
+  }
+  for (ptrdiff_t p = 0; p < 64 * words; ++p) {
+    uint32_t packed = 0;
+    for (int32_t k = 0; k < planeCount; ++k)
+      packed |= static_cast<uint32_t>((planes[k][p >> 6] >> (p & 63)) & 1U) << k;
+    bytes[p] = static_cast<uint8_t>(packed);
+  }
+  return kOk;
+}
+
+Status OrTransposedBits(const uint64_t* src, ptrdiff_t srcPitch, int32_t rows, int32_t columns,
+                        uint64_t* dst, ptrdiff_t dstPitch) {
+  if (src == nullptr || dst == nullptr) return kNullPointer;
+  if (rows < 0 || columns < 0) return kBadSize;
+  if (srcPitch < (columns + 63) / 64 || dstPitch < (rows + 63) / 64) return kBadPitch;
+  uint64_t block[64];
+  for (int32_t r0 = 0; r0 < rows; r0 += 64) {
+    const int32_t blockRows = std::min(64, rows - r0);
+    for (int32_t c0 = 0; c0 < columns; c0 += 64) {
+      const int32_t blockColumns = std::min(64, columns - c0);
+      const uint64_t keep = blockColumns == 64 ? ~uint64_t{0} : (uint64_t{1} << blockColumns) - 1;
+      uint64_t any = 0;
+      for (int32_t r = 0; r < 64; ++r) {
+        block[r] = r < blockRows ? src[(r0 + r) * srcPitch + c0 / 64] & keep : 0;
+        any |= block[r];
+      }
+      if (any == 0) continue;  // most blocks of a sparse matrix
+      Transpose64(block);
+      for (int32_t c = 0; c < blockColumns; ++c)
+        dst[(c0 + c) * dstPitch + r0 / 64] |= block[c];
+    }
+  }
+  return kOk;
+}
+
+}  // namespace vitrella::kernels
