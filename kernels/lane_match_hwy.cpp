@@ -19,14 +19,30 @@ inline void PutBits(uint64_t* plane, int32_t p, uint64_t bits, int32_t n) {
   if (shift != 0 && shift + n > 64) plane[(p >> 6) + 1] |= bits >> (64 - shift);
 }
 
-// Whole vectors from position 0, and a last one that ends at count and overlaps the one
-// before it: no lane is read past position count + 1.
+// Each plane's bits a whole word at a time where 64 positions remain, from the blocks of
+// `pixels` that make it up, then the rest block by block, the last one ending at count
+// and overlapping the one before it: no lane is read past position count + 1.
 template <typename Block>
-void EveryBlock(int32_t count, int32_t pixels, Block block) {
+void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t planePitch,
+                Block block) {
   int32_t p = 0;
+  uint64_t word[kLanePlanes];
+  for (; p + 64 <= count; p += 64) {
+    for (uint64_t& bits : word)
+      bits = 0;
+    for (int32_t j = 0; j < 64; j += pixels)
+      block(p + j, [&](int32_t plane, uint64_t bits) { word[plane] |= bits << j; });
+    for (int32_t k = 0; k < kLanePlanes; ++k)
+      planes[k * planePitch + p / 64] = word[k];
+  }
+  const auto put = [&](int32_t at) {
+    block(at, [&](int32_t plane, uint64_t bits) {
+      PutBits(planes + plane * planePitch, at, bits, pixels);
+    });
+  };
   for (; p + pixels <= count; p += pixels)
-    block(p);
-  if (p < count) block(count - pixels);
+    put(p);
+  if (p < count) put(count - pixels);
 }
 
 // Bytes as bytes: the absolute difference from the two saturated subtractions, beyond the
@@ -53,22 +69,23 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
     const auto difference = hn::Or(hn::SaturatedSub(va, vb), hn::SaturatedSub(vb, va));
     return hn::And(hn::BitCast(d, hn::VecFromMask(d8, hn::Gt(difference, limit))), colour);
   };
-  const auto put = [&](int32_t plane, int32_t p, auto mask) {
+  const auto bitsOf = [&](auto mask) {
     uint64_t bits = 0;
     hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
-    PutBits(planes + plane * planePitch, p, bits, n);
+    return bits;
   };
+  const uint64_t all = n == 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
   const uint8_t* sides[2] = {before, after};
-  EveryBlock(count, n, [&](int32_t p) {
+  EveryBlock(count, n, planes, planePitch, [&](int32_t p, auto put) {
     const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
-    put(kCentreSelf, p, hn::Eq(zero, zero));
-    put(kCentreBack1, p, hn::Eq(beyond(c, c - 4), zero));
-    put(kCentreBack2, p, hn::Eq(beyond(c, c - 8), zero));
+    put(kCentreSelf, all);
+    put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
+    put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
         const auto over = beyond(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp), c);
-        put(SideMatchPlane(side, dp), p, hn::Eq(over, zero));
-        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), p, hn::Eq(over, colour));
+        put(SideMatchPlane(side, dp), bitsOf(hn::Eq(over, zero)));
+        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), bitsOf(hn::Eq(over, colour)));
       }
     }
   });
@@ -91,7 +108,7 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
     alphaBits |= static_cast<uint64_t>(colourLanes[i % 4] == 0) << i;
   const auto limit = hn::Set(d, tolerance);
   // One bit per pixel from one per lane: the lowest of each four where all four are set.
-  const auto put = [&](int32_t plane, int32_t p, auto mask) {
+  const auto bitsOf = [&](auto mask) {
     uint64_t bits = 0;
     hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
     bits |= alphaBits;
@@ -100,23 +117,23 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
     uint64_t pixels = 0;
     for (int32_t j = 0; j < n; ++j)
       pixels |= ((bits >> (4 * j)) & 1) << j;
-    PutBits(planes + plane * planePitch, p, pixels, n);
+    return pixels;
   };
   const float* sides[2] = {before, after};
-  EveryBlock(count, n, [&](int32_t p) {
+  EveryBlock(count, n, planes, planePitch, [&](int32_t p, auto put) {
     const float* c = centre + 4 * static_cast<ptrdiff_t>(p);
     const auto vc = hn::LoadU(d, c);
     const auto distance = [&](const float* other) {
       return hn::Abs(hn::Sub(hn::LoadU(d, other), vc));
     };
-    put(kCentreSelf, p, hn::Le(hn::Sub(vc, vc), limit));
-    put(kCentreBack1, p, hn::Le(distance(c - 4), limit));
-    put(kCentreBack2, p, hn::Le(distance(c - 8), limit));
+    put(kCentreSelf, bitsOf(hn::Le(hn::Sub(vc, vc), limit)));
+    put(kCentreBack1, bitsOf(hn::Le(distance(c - 4), limit)));
+    put(kCentreBack2, bitsOf(hn::Le(distance(c - 8), limit)));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
         const auto apart = distance(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp));
-        put(SideMatchPlane(side, dp), p, hn::Le(apart, limit));
-        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), p, hn::Gt(apart, limit));
+        put(SideMatchPlane(side, dp), bitsOf(hn::Le(apart, limit)));
+        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), bitsOf(hn::Gt(apart, limit)));
       }
     }
   });
