@@ -110,6 +110,7 @@ class StepSearch {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
       for (auto& codes : codes_)
         codes.assign(static_cast<size_t>(64 * words_), 0);
+      visited_.assign(static_cast<size_t>(words_ + 2) * 8, 0);
     }
   }
 
@@ -166,6 +167,12 @@ class StepSearch {
   uint64_t* DerivedPlane(int32_t k) { return Plane(kernels::kLanePlanes + k); }
   bool FillPlanes(const T* const lane[3], int32_t count);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
+  // Rows of bits for one line: where the walk moved with the running colour 1 and 2
+  // behind, then the parts of its marks; each with a clear word on either side.
+  uint64_t* Visited(int32_t k) {
+    return visited_.data() + static_cast<ptrdiff_t>(k) * (words_ + 2) + 1;
+  }
+  void MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words);
 
   template <bool kAlongRows>
   bool Walk();
@@ -178,7 +185,8 @@ class StepSearch {
   ptrdiff_t words_;
   std::vector<uint64_t> planes_;
   std::vector<uint8_t> codes_[2];  // per position, for the running colour 1 and 2 behind
-  const T* running_ = kBlack;      // a source pixel, or black at the start
+  std::vector<uint64_t> visited_;
+  const T* running_ = kBlack;  // a source pixel, or black at the start
 };
 
 template <typename T>
@@ -308,6 +316,58 @@ uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, b
   return soften ? kSoftenBit : 0U;
 }
 
+// Marks a line's moves made where the planes knew the running colour, from the rows of
+// bits of where they were made: a step marks `up` pixels behind it and `down` from it on
+// along the line, a softening the three lanes one pixel behind.
+template <typename T>
+void StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words) {
+  const uint64_t* visited[2] = {Visited(0), Visited(1)};
+  const auto derived = [&](int32_t k, ptrdiff_t w) { return DerivedPlane(k)[w]; };
+  // Per word: the steps, those whose runs reach two or three, and the softenings.
+  uint64_t* parts = Visited(2);
+  const auto part = [&](int32_t k) { return parts + k * (words_ + 2); };
+  enum Part : int32_t {
+    kSteps,
+    kStepsUpTwo,
+    kStepsUpThree,
+    kStepsDownTwo,
+    kStepsDownThree,
+    kSoftenings
+  };
+  for (ptrdiff_t w = 0; w < words; ++w) {
+    const uint64_t steps1 = visited[0][w] & derived(kStep1, w);
+    const uint64_t steps2 = visited[1][w] & derived(kStep2, w);
+    const uint64_t steps = steps1 | steps2;
+    part(kSteps)[w] = steps;
+    part(kStepsUpTwo)[w] = (steps1 & derived(kUpTwo1, w)) | (steps2 & derived(kUpTwo2, w));
+    part(kStepsUpThree)[w] = (steps1 & derived(kUpThree1, w)) | (steps2 & derived(kUpThree2, w));
+    part(kStepsDownTwo)[w] = steps & derived(kDownTwo, w);
+    part(kStepsDownThree)[w] = steps & derived(kDownThree, w);
+    part(kSoftenings)[w] = softenLines_
+                               ? (visited[0][w] & ~derived(kStep1, w) & derived(kSoften1, w)) |
+                                     (visited[1][w] & ~derived(kStep2, w) & derived(kSoften2, w))
+                               : 0;
+  }
+  // Bits k positions on, or back, across words; each part has a clear word either side,
+  // the one after it cleared here of what a longer line of the other pass left there.
+  for (int32_t k = kSteps; k <= kSoftenings; ++k)
+    part(k)[words] = 0;
+  const auto on = [&](int32_t k, ptrdiff_t w, int32_t n) {
+    return (part(k)[w] << n) | (part(k)[w - 1] >> (64 - n));
+  };
+  const auto back = [&](int32_t k, ptrdiff_t w, int32_t n) {
+    return (part(k)[w] >> n) | (part(k)[w + 1] << (64 - n));
+  };
+  for (ptrdiff_t w = 0; w < words; ++w) {
+    const uint64_t soften = back(kSoftenings, w, 1);
+    markRows[0][w] |= soften;
+    markRows[1][w] |= soften | part(kSteps)[w] | on(kStepsDownTwo, w, 1) |
+                      on(kStepsDownThree, w, 2) | back(kSteps, w, 1) | back(kStepsUpTwo, w, 2) |
+                      back(kStepsUpThree, w, 3);
+    markRows[2][w] |= soften;
+  }
+}
+
 // One pass. Its lines are the rows of `bordered` along the rows, of `columns` down the
 // columns; the pattern's three lanes are the lines outer - 1, outer and outer + 1, and
 // run from inner - 3 to inner + 2. Marks go to rows of bits in the same order.
@@ -325,12 +385,23 @@ bool StepSearch<T>::Walk() {
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
   const std::array<Move, 64> moves = Moves(kAlongRows, softenLines_);
   const bool planes = !planes_.empty() && end > 3;
+  const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
     const T* const lane[3] = {line(outer - 1), line(outer), line(outer + 1)};
     const T* const ahead[3] = {lane[1], lane[2], line(outer + 2)};
     uint64_t* const markRows[3] = {marks + (outer - 1) * markPitch, marks + outer * markPitch,
                                    marks + (outer + 1) * markPitch};
     if (planes && !FillPlanes(lane, innerExtent)) return false;
+    // Where the planes knew the running colour, the walk notes only where it moved, a bit
+    // per pixel in words it keeps at hand, and marks from the planes once the line is
+    // done; elsewhere it marks as it goes.
+    uint64_t* visited[2] = {Visited(0), Visited(1)};
+    if (planes) {
+      std::fill_n(visited[0], words, 0);
+      std::fill_n(visited[1], words, 0);
+    }
+    uint64_t near[2] = {0, 0};
+    ptrdiff_t nearWord = 0;
     // How far behind the pixel the centre lane holds the running colour: 1 or 2 where the
     // planes know, 0 where it must be compared.
     int32_t behind = 0;
@@ -346,23 +417,42 @@ bool StepSearch<T>::Walk() {
         behind = 0;
         continue;
       }
-      if (behind == 0) code = CodeByComparing(lane, inner, planes);
-      const Move& move = moves[(code >> 1) & 63];
-      if ((code & kStepBit) != 0) {
-        OrBits(markRows[1], inner - 3, move.centre);
-        running_ = ahead[move.lane] + 4 * static_cast<ptrdiff_t>(inner + move.offset);
-        behind = planes ? move.behind : 0;
-        inner += move.advance;
+      if (behind != 0) {
+        if ((inner >> 6) != nearWord) {
+          visited[0][nearWord] = near[0];
+          visited[1][nearWord] = near[1];
+          near[0] = near[1] = 0;
+          nearWord = inner >> 6;
+        }
+        near[behind - 1] |= uint64_t{1} << (inner & 63);
       } else {
+        code = CodeByComparing(lane, inner, planes);
+        const Move& move = moves[(code >> 1) & 63];
+        OrBits(markRows[1], inner - 3, move.centre);
         // Where a line runs straight through here, the three cells before it soften.
         if (move.soften != 0) {
           for (uint64_t* row : markRows)
             OrBits(row, inner - 1, 1);
         }
+      }
+      if ((code & kStepBit) != 0) {
+        // The next pixel straight from the code, off the chain of loads.
+        const int32_t down =
+            1 + static_cast<int32_t>((code >> 4) & 1U) + static_cast<int32_t>((code >> 5) & 1U);
+        const Move& move = moves[(code >> 1) & 63];
+        running_ = ahead[move.lane] + 4 * static_cast<ptrdiff_t>(inner + move.offset);
+        behind = planes && (kAlongRows || down == 1) ? 2 : 0;
+        inner += down + 1;
+      } else {
         running_ = here;
         behind = planes ? 1 : 0;
         ++inner;
       }
+    }
+    if (planes) {
+      visited[0][nearWord] = near[0];
+      visited[1][nearWord] = near[1];
+      MarkFromPlanes(markRows, words);
     }
   }
   return true;
