@@ -94,46 +94,56 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
 }
 
 // Floats as the plain comparisons make them: |a - b| <= tolerance to match and > to
-// differ, both false for a NaN. A vector holds whole pixels, and a pixel's bit needs all
-// four of its lanes, the alpha lane always counting as true.
+// differ, both false for a NaN. Blocks of 16 pixels, 64 lanes, whose lane bits gather into
+// one word per comparison; a pixel's bit needs all four of its lanes, the alpha lane
+// always counting as true.
 int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
                        const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
                        ptrdiff_t planePitch) {
   const hn::ScalableTag<float> d;
-  const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
-  const int32_t n = lanes / 4;
-  if (lanes % 4 != 0 || n < 1 || n > 16 || count < n) return 0;
+  const auto lanes = static_cast<int32_t>(hn::Lanes(d));
+  constexpr int32_t kBlock = 16;
+  if (lanes % 4 != 0 || 64 % lanes != 0 || count < kBlock) return 0;
   uint64_t alphaBits = 0;
-  for (int32_t i = 0; i < lanes; ++i)
+  for (int32_t i = 0; i < 64; ++i)
     alphaBits |= static_cast<uint64_t>(colourLanes[i % 4] == 0) << i;
   const auto limit = hn::Set(d, tolerance);
-  // One bit per pixel from one per lane: the lowest of each four where all four are set.
-  const auto bitsOf = [&](auto mask) {
-    uint64_t bits = 0;
-    hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
+  // The lowest lane of each four where all four are set, then those 16 bits side by side.
+  const auto pixelBits = [&](uint64_t bits) {
     bits |= alphaBits;
     bits &= bits >> 1;
     bits &= bits >> 2;
-    uint64_t pixels = 0;
-    for (int32_t j = 0; j < n; ++j)
-      pixels |= ((bits >> (4 * j)) & 1) << j;
-    return pixels;
+    bits &= 0x1111111111111111ULL;
+    bits = (bits | bits >> 3) & 0x0303030303030303ULL;
+    bits = (bits | bits >> 6) & 0x000F000F000F000FULL;
+    bits = (bits | bits >> 12) & 0x000000FF000000FFULL;
+    return (bits | bits >> 24) & 0xFFFFULL;
   };
   const float* sides[2] = {before, after};
-  EveryBlock(count, n, planes, planePitch, [&](int32_t p, auto put) {
+  EveryBlock(count, kBlock, planes, planePitch, [&](int32_t p, auto put) {
     const float* c = centre + 4 * static_cast<ptrdiff_t>(p);
-    const auto vc = hn::LoadU(d, c);
-    const auto distance = [&](const float* other) {
-      return hn::Abs(hn::Sub(hn::LoadU(d, other), vc));
+    // One comparison of the block: `other` against the centre, lane bits of each vector.
+    const auto compare = [&](const float* other, auto test) {
+      uint64_t bits = 0;
+      for (int32_t j = 0; j < 64; j += lanes) {
+        const auto vc = hn::LoadU(d, c + j);
+        const auto apart = hn::Abs(hn::Sub(hn::LoadU(d, other + j), vc));
+        uint64_t part = 0;
+        hn::StoreMaskBits(d, test(apart), reinterpret_cast<uint8_t*>(&part));
+        bits |= part << j;
+      }
+      return pixelBits(bits);
     };
-    put(kCentreSelf, bitsOf(hn::Le(hn::Sub(vc, vc), limit)));
-    put(kCentreBack1, bitsOf(hn::Le(distance(c - 4), limit)));
-    put(kCentreBack2, bitsOf(hn::Le(distance(c - 8), limit)));
+    const auto within = [&](auto apart) { return hn::Le(apart, limit); };
+    const auto beyond = [&](auto apart) { return hn::Gt(apart, limit); };
+    put(kCentreSelf, compare(c, within));
+    put(kCentreBack1, compare(c - 4, within));
+    put(kCentreBack2, compare(c - 8, within));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
-        const auto apart = distance(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp));
-        put(SideMatchPlane(side, dp), bitsOf(hn::Le(apart, limit)));
-        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), bitsOf(hn::Gt(apart, limit)));
+        const float* other = sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp);
+        put(SideMatchPlane(side, dp), compare(other, within));
+        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), compare(other, beyond));
       }
     }
   });
