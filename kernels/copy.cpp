@@ -52,11 +52,17 @@ Status TransposePixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
   const int32_t width = std::min(src.width, dst.height);
   const int32_t height = std::min(src.height, dst.width);
   switch (pixelBytes) {
-    case 4:
-      TransposeTiles<4>(src, dst, 0, width, 0, height);
+    // Whole blocks in vector registers where the processor has them, tiles for the rest.
+    case 4: {
+      vector::Covered blocks{0, 0};
+      if (!UseReferenceKernels()) {
+        blocks = vector::TransposePixels4(src.data, src.pitch, dst.data, dst.pitch, width, height);
+      }
+      TransposeTiles<4>(src, dst, blocks.columns, width, 0, blocks.rows);
+      TransposeTiles<4>(src, dst, 0, width, blocks.rows, height);
       break;
+    }
     case 16: {
-      // Whole blocks in vector registers where the processor has them, tiles for the rest.
       vector::Covered blocks{0, 0};
       if (!UseReferenceKernels()) {
         blocks = vector::TransposePixels16(src.data, src.pitch, dst.data, dst.pitch, width, height);

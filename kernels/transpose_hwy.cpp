@@ -72,6 +72,82 @@ vector::Covered TransposePixels16(const uint8_t*, ptrdiff_t, uint8_t*, ptrdiff_t
 
 #endif
 
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_AVX2
+
+// Blocks of 8 x 8 four-byte pixels in eight 256-bit registers: pairs of pixels, then
+// pairs of pairs within each 128-bit half, then the halves.
+vector::Covered TransposePixels4(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst,
+                                 ptrdiff_t dstPitch, int32_t width, int32_t height) {
+  const int32_t columns = width / 8 * 8;
+  const int32_t rows = height / 8 * 8;
+  for (int32_t y = 0; y < rows; y += 8) {
+    const uint8_t* in = src + y * srcPitch;
+    for (int32_t x = 0; x < columns; x += 8) {
+      const uint8_t* from = in + static_cast<ptrdiff_t>(x) * 4;
+      __m256i r[8];
+      for (int32_t i = 0; i < 8; ++i)
+        r[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + i * srcPitch));
+      __m256i t[8];
+      for (int32_t i = 0; i < 8; i += 2) {
+        t[i] = _mm256_unpacklo_epi32(r[i], r[i + 1]);
+        t[i + 1] = _mm256_unpackhi_epi32(r[i], r[i + 1]);
+      }
+      // Columns c and c + 4 of four rows in each: 0 and 4, 1 and 5, 2 and 6, 3 and 7.
+      __m256i u[8];
+      for (int32_t i = 0; i < 8; i += 4) {
+        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);
+        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);
+        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
+        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
+      }
+      uint8_t* to = dst + x * dstPitch + static_cast<ptrdiff_t>(y) * 4;
+      for (int32_t c = 0; c < 4; ++c) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + c * dstPitch),
+                            _mm256_permute2x128_si256(u[c], u[c + 4], 0x20));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + (c + 4) * dstPitch),
+                            _mm256_permute2x128_si256(u[c], u[c + 4], 0x31));
+      }
+    }
+  }
+  return {columns, rows};
+}
+
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+
+// Blocks of 4 x 4 four-byte pixels in four 128-bit registers.
+vector::Covered TransposePixels4(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst,
+                                 ptrdiff_t dstPitch, int32_t width, int32_t height) {
+  const int32_t columns = width / 4 * 4;
+  const int32_t rows = height / 4 * 4;
+  for (int32_t y = 0; y < rows; y += 4) {
+    const uint8_t* in = src + y * srcPitch;
+    for (int32_t x = 0; x < columns; x += 4) {
+      const uint8_t* from = in + static_cast<ptrdiff_t>(x) * 4;
+      __m128i r[4];
+      for (int32_t i = 0; i < 4; ++i)
+        r[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i * srcPitch));
+      const __m128i t0 = _mm_unpacklo_epi32(r[0], r[1]);
+      const __m128i t1 = _mm_unpackhi_epi32(r[0], r[1]);
+      const __m128i t2 = _mm_unpacklo_epi32(r[2], r[3]);
+      const __m128i t3 = _mm_unpackhi_epi32(r[2], r[3]);
+      uint8_t* to = dst + x * dstPitch + static_cast<ptrdiff_t>(y) * 4;
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_unpacklo_epi64(t0, t2));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + dstPitch), _mm_unpackhi_epi64(t0, t2));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 2 * dstPitch), _mm_unpacklo_epi64(t1, t3));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 3 * dstPitch), _mm_unpackhi_epi64(t1, t3));
+    }
+  }
+  return {columns, rows};
+}
+
+#else
+
+vector::Covered TransposePixels4(const uint8_t*, ptrdiff_t, uint8_t*, ptrdiff_t, int32_t, int32_t) {
+  return {0, 0};
+}
+
+#endif
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -79,6 +155,12 @@ HWY_AFTER_NAMESPACE();
 namespace vitrella::kernels::vector {
 
 HWY_EXPORT(TransposePixels16);
+HWY_EXPORT(TransposePixels4);
+
+Covered TransposePixels4(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch,
+                         int32_t width, int32_t height) {
+  return HWY_DYNAMIC_DISPATCH(TransposePixels4)(src, srcPitch, dst, dstPitch, width, height);
+}
 
 Covered TransposePixels16(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch,
                           int32_t width, int32_t height) {

@@ -1,4 +1,4 @@
-// Vector transposition of 16-byte pixels, one build per processor family.
+// Vector transposition of 4- and 16-byte pixels, one build per processor family.
 #pragma once
 
 #include <cstddef>
@@ -13,6 +13,8 @@ namespace vitrella::kernels::vector {
 struct Covered {
   int32_t columns, rows;
 };
+Covered TransposePixels4(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch,
+                         int32_t width, int32_t height);
 Covered TransposePixels16(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch,
                           int32_t width, int32_t height);
 
