@@ -108,8 +108,7 @@ class StepSearch {
         words_(kernels::LaneWords(std::max(source.width, source.height))) {
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
-      for (auto& codes : codes_)
-        codes.assign(static_cast<size_t>(64 * words_), 0);
+      codes_.assign(static_cast<size_t>(2 * 64 * words_), 0);
       visited_.assign(static_cast<size_t>(words_ + 2) * 8, 0);
     }
   }
@@ -184,7 +183,8 @@ class StepSearch {
   StepMarks marks_;
   ptrdiff_t words_;
   std::vector<uint64_t> planes_;
-  std::vector<uint8_t> codes_[2];  // per position, for the running colour 1 and 2 behind
+  // Per position, for the running colour 1 behind, then 64 * words_ on for it 2 behind.
+  std::vector<uint8_t> codes_;
   std::vector<uint64_t> visited_;
   const T* running_ = kBlack;  // a source pixel, or black at the start
 };
@@ -263,7 +263,8 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
     const uint64_t* planes[8];
     for (int32_t k = 0; k < 8; ++k)
       planes[k] = DerivedPlane(kCodePlanes[behind][k]);
-    if (kernels::PackBitPlanes(planes, 8, words, codes_[behind].data()) != kernels::kOk) {
+    if (kernels::PackBitPlanes(planes, 8, words, codes_.data() + behind * 64 * words_) !=
+        kernels::kOk) {
       return false;
     }
   }
@@ -298,7 +299,7 @@ uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, b
   int32_t down = 0;
   if (up != 0) {
     if (planes) {
-      const uint32_t known = codes_[0][static_cast<size_t>(inner)];
+      const uint32_t known = codes_[static_cast<size_t>(inner)];
       down = ((known & kDownOneBit) != 0 ? 1 : 0) + ((known & kDownTwoBit) != 0 ? 1 : 0) +
              ((known & kDownThreeBit) != 0 ? 1 : 0);
     } else {
@@ -405,49 +406,75 @@ bool StepSearch<T>::Walk() {
     // How far behind the pixel the centre lane holds the running colour: 1 or 2 where the
     // planes know, 0 where it must be compared.
     int32_t behind = 0;
+    const uint8_t* const codes = codes_.data();
+    const ptrdiff_t secondCodes = 64 * words_;
     for (int32_t inner = 3; inner < end;) {
-      const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
-      uint32_t code = behind != 0               ? codes_[behind - 1][static_cast<size_t>(inner)]
-                      : Matches(here, running_) ? kMatchBit
-                                                : 0U;
-      // Most pixels match the running colour, which changes only where one does not: a
-      // direct comparison settles the first, and a scan of the lane those after it.
-      if ((code & kMatchBit) != 0) {
-        inner += 1 + RunLength(here + 4, end - inner - 1);
-        behind = 0;
+      if (behind != 0) {
+        // Where the planes know the running colour, each move follows from the code of its
+        // pixel alone; the loop leaves at a pixel that matches the running colour, or
+        // where a step down the columns moves it to another line.
+        ptrdiff_t second = behind == 2 ? secondCodes : 0;
+        const T* runningNow = running_;
+        for (;;) {
+          const uint32_t code = codes[second + inner];
+          if ((code & kMatchBit) != 0) {
+            // A run of the running colour: the lane's scan finds its end.
+            const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
+            running_ = runningNow;
+            inner += 1 + RunLength(here + 4, end - inner - 1);
+            second = -1;
+            break;
+          }
+          if ((inner >> 6) != nearWord) {
+            visited[0][nearWord] = near[0];
+            visited[1][nearWord] = near[1];
+            near[0] = near[1] = 0;
+            nearWord = inner >> 6;
+          }
+          const uint64_t bit = uint64_t{1} << (inner & 63);
+          near[0] |= second == 0 ? bit : 0;
+          near[1] |= second == 0 ? 0 : bit;
+          const bool step = (code & kStepBit) != 0;
+          const int32_t down =
+              1 + static_cast<int32_t>((code >> 4) & 1U) + static_cast<int32_t>((code >> 5) & 1U);
+          if constexpr (kAlongRows) {
+            runningNow = lane[1] + 4 * static_cast<ptrdiff_t>(inner + (step ? down - 1 : 0));
+            inner += 1 + (step ? down : 0);
+          } else {
+            if (step && down > 1) {
+              runningNow = ahead[down - 1] + 4 * static_cast<ptrdiff_t>(inner);
+              inner += down + 1;
+              second = -1;
+              break;
+            }
+            runningNow = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
+            inner += step ? 2 : 1;
+          }
+          second = step ? secondCodes : 0;
+          if (inner >= end) break;
+        }
+        running_ = runningNow;
+        behind = second < 0 ? 0 : second == 0 ? 1 : 2;
         continue;
       }
-      if (behind != 0) {
-        if ((inner >> 6) != nearWord) {
-          visited[0][nearWord] = near[0];
-          visited[1][nearWord] = near[1];
-          near[0] = near[1] = 0;
-          nearWord = inner >> 6;
-        }
-        near[behind - 1] |= uint64_t{1} << (inner & 63);
-      } else {
-        code = CodeByComparing(lane, inner, planes);
-        const Move& move = moves[(code >> 1) & 63];
-        OrBits(markRows[1], inner - 3, move.centre);
-        // Where a line runs straight through here, the three cells before it soften.
-        if (move.soften != 0) {
-          for (uint64_t* row : markRows)
-            OrBits(row, inner - 1, 1);
-        }
+      const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
+      // Most pixels match the running colour, which changes only where one does not: a
+      // direct comparison settles the first, and a scan of the lane those after it.
+      if (Matches(here, running_)) {
+        inner += 1 + RunLength(here + 4, end - inner - 1);
+        continue;
       }
-      if ((code & kStepBit) != 0) {
-        // The next pixel straight from the code, off the chain of loads.
-        const int32_t down =
-            1 + static_cast<int32_t>((code >> 4) & 1U) + static_cast<int32_t>((code >> 5) & 1U);
-        const Move& move = moves[(code >> 1) & 63];
-        running_ = ahead[move.lane] + 4 * static_cast<ptrdiff_t>(inner + move.offset);
-        behind = planes && (kAlongRows || down == 1) ? 2 : 0;
-        inner += down + 1;
-      } else {
-        running_ = here;
-        behind = planes ? 1 : 0;
-        ++inner;
+      const uint32_t code = CodeByComparing(lane, inner, planes);
+      const Move& move = moves[(code >> 1) & 63];
+      OrBits(markRows[1], inner - 3, move.centre);
+      // Where a line runs straight through here, the three cells before it soften.
+      if (move.soften != 0) {
+        for (uint64_t* row : markRows)
+          OrBits(row, inner - 1, 1);
       }
+      running_ = ahead[move.lane] + 4 * static_cast<ptrdiff_t>(inner + move.offset);
+      behind = planes ? move.behind : 0;
+      inner += move.advance;
     }
     if (planes) {
       visited[0][nearWord] = near[0];
