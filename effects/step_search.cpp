@@ -4,9 +4,11 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 #include <vector>
 
+#include "core/vector_clones.h"
 #include "kernels/bit_planes.h"
 #include "kernels/colour_run.h"
 #include "kernels/lane_match.h"
@@ -91,6 +93,105 @@ inline void OrBits(uint64_t* row, int32_t pos, uint64_t bits) {
   const int32_t shift = pos & 63;
   row[pos >> 6] |= bits << shift;
   row[(pos >> 6) + 1] |= (bits >> 1) >> (63 - shift);
+}
+
+// Words of bits, one at a time or, where the compiler has vector types, two: the rules
+// below are the same bitwise operations on either.
+#if defined(__GNUC__)
+using WordPair = uint64_t __attribute__((vector_size(16)));
+#else
+using WordPair = uint64_t;
+#endif
+
+template <typename V>
+[[gnu::always_inline]] inline V LoadWords(const uint64_t* p) {
+  V v;
+  std::memcpy(&v, p, sizeof(V));
+  return v;
+}
+
+// Bits of positions 64 w + s onwards: a plane's bits at an offset s from i.
+template <int32_t kShift, typename V>
+[[gnu::always_inline]] inline V Offset(const uint64_t* plane, ptrdiff_t w) {
+  if constexpr (kShift > 0) {
+    return (LoadWords<V>(plane + w) >> kShift) | (LoadWords<V>(plane + w + 1) << (64 - kShift));
+  } else if constexpr (kShift < 0) {
+    return (LoadWords<V>(plane + w) << -kShift) | (LoadWords<V>(plane + w - 1) >> (64 + kShift));
+  } else {
+    return LoadWords<V>(plane + w);
+  }
+}
+
+// The planes of Derived at words w onwards from the lane matches of a line, `pitch` words
+// apart, each with a clear word on either side.
+template <typename V>
+[[gnu::always_inline]] inline void DeriveWords(const uint64_t* matches, ptrdiff_t pitch,
+                                               ptrdiff_t w, uint64_t* derived) {
+  using kernels::kCentreBack1;
+  using kernels::kCentreBack2;
+  using kernels::kCentreSelf;
+  using kernels::SideDiffersPlane;
+  using kernels::SideMatchPlane;
+  const auto at = [&](int32_t k) { return matches + k * pitch; };
+  const uint64_t* self = at(kCentreSelf);
+  const uint64_t* back1 = at(kCentreBack1);
+  const uint64_t* back2 = at(kCentreBack2);
+  V down[3] = {};
+  V up1[3] = {};
+  V up2[3] = {};
+  V stops1 = {};
+  V stops2 = {};
+  for (int32_t side = 0; side < 2; ++side) {
+    const auto matching = [&](int32_t d) { return at(SideMatchPlane(side, d)); };
+    // Counting on while the centre lane matches its reference and the side lane does not:
+    // ahead of i against the pixel at i, behind it against the running colour.
+    const V a0 = Offset<0, V>(self, w) & ~Offset<0, V>(matching(0), w);
+    const V a1 = a0 & Offset<1, V>(back1, w) & ~Offset<0, V>(matching(1), w);
+    const V a2 = a1 & Offset<2, V>(back2, w) & ~Offset<0, V>(matching(2), w);
+    const V b0 = Offset<-1, V>(self, w) & ~Offset<-1, V>(matching(0), w);  // colour at i - 1
+    const V b1 = b0 & Offset<-1, V>(back1, w) & ~Offset<-1, V>(matching(-1), w);
+    const V b2 = b1 & Offset<-1, V>(back2, w) & ~Offset<-1, V>(matching(-2), w);
+    const V c0 = Offset<-1, V>(back1, w) & ~Offset<-2, V>(matching(1), w);  // colour at i - 2
+    const V c1 = c0 & Offset<-2, V>(self, w) & ~Offset<-2, V>(matching(0), w);
+    const V c2 = c1 & Offset<-2, V>(back1, w) & ~Offset<-2, V>(matching(-1), w);
+    down[0] |= a0;
+    down[1] |= a1;
+    down[2] |= a2;
+    up1[0] |= b0;
+    up1[1] |= b1;
+    up1[2] |= b2;
+    up2[0] |= c0;
+    up2[1] |= c1;
+    up2[2] |= c2;
+    // The side pixel at i matches the running colour, or the one before i differs from it
+    // in all channels.
+    stops1 |= Offset<-1, V>(matching(1), w) | Offset<-1, V>(at(SideDiffersPlane(side, 0)), w);
+    stops2 |= Offset<-2, V>(matching(2), w) | Offset<-2, V>(at(SideDiffersPlane(side, 1)), w);
+  }
+  const auto put = [&](int32_t k, V v) { std::memcpy(derived + k * pitch + w, &v, sizeof(V)); };
+  put(kMatch1, Offset<0, V>(back1, w));
+  put(kMatch2, Offset<0, V>(back2, w));
+  put(kStep1, up1[0] & down[0]);
+  put(kStep2, up2[0] & down[0]);
+  put(kUpTwo1, up1[1]);
+  put(kUpThree1, up1[2]);
+  put(kUpTwo2, up2[1]);
+  put(kUpThree2, up2[2]);
+  put(kDownOne, down[0]);
+  put(kDownTwo, down[1]);
+  put(kDownThree, down[2]);
+  put(kSoften1, ~stops1);
+  put(kSoften2, ~stops2);
+}
+
+VITRELLA_VECTOR_CLONES void DerivePlanes(const uint64_t* matches, ptrdiff_t pitch, ptrdiff_t words,
+                                         uint64_t* derived) {
+  constexpr auto kStride = static_cast<ptrdiff_t>(sizeof(WordPair) / sizeof(uint64_t));
+  ptrdiff_t w = 0;
+  for (; w + kStride <= words; w += kStride)
+    DeriveWords<WordPair>(matches, pitch, w, derived);
+  for (; w < words; ++w)
+    DeriveWords<uint64_t>(matches, pitch, w, derived);
 }
 
 template <typename T>
@@ -203,62 +304,7 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
   const ptrdiff_t words = kernels::LaneWords(count);
   for (int32_t k = 0; k < kernels::kLanePlanes; ++k)
     Plane(k)[words] = 0;  // a longer line of the other pass may have left bits there
-  // Bits of positions 64 w + s onwards: the plane's bits at an offset s from i.
-  const auto at = [&](int32_t k, ptrdiff_t w, int32_t s) -> uint64_t {
-    const uint64_t* p = Plane(k);
-    if (s > 0) return (p[w] >> s) | (p[w + 1] << (64 - s));
-    if (s < 0) return (p[w] << -s) | (p[w - 1] >> (64 + s));
-    return p[w];
-  };
-  using kernels::kCentreBack1;
-  using kernels::kCentreBack2;
-  using kernels::kCentreSelf;
-  using kernels::SideDiffersPlane;
-  using kernels::SideMatchPlane;
-  for (ptrdiff_t w = 0; w < words; ++w) {
-    uint64_t down[3] = {};
-    uint64_t up1[3] = {};
-    uint64_t up2[3] = {};
-    uint64_t stops1 = 0;
-    uint64_t stops2 = 0;
-    for (int32_t side = 0; side < 2; ++side) {
-      // Counting on while the centre lane matches its reference and the side lane does
-      // not: ahead of i against the pixel at i, behind it against the running colour.
-      const auto differs = [&](int32_t d, int32_t s) { return ~at(SideMatchPlane(side, d), w, s); };
-      const uint64_t a0 = at(kCentreSelf, w, 0) & differs(0, 0);
-      const uint64_t a1 = a0 & at(kCentreBack1, w, 1) & differs(1, 0);
-      const uint64_t a2 = a1 & at(kCentreBack2, w, 2) & differs(2, 0);
-      const uint64_t b0 = at(kCentreSelf, w, -1) & differs(0, -1);  // colour at i - 1
-      const uint64_t b1 = b0 & at(kCentreBack1, w, -1) & differs(-1, -1);
-      const uint64_t b2 = b1 & at(kCentreBack2, w, -1) & differs(-2, -1);
-      const uint64_t c0 = at(kCentreBack1, w, -1) & differs(1, -2);  // colour at i - 2
-      const uint64_t c1 = c0 & at(kCentreSelf, w, -2) & differs(0, -2);
-      const uint64_t c2 = c1 & at(kCentreBack1, w, -2) & differs(-1, -2);
-      const uint64_t runs[3][3] = {{a0, a1, a2}, {b0, b1, b2}, {c0, c1, c2}};
-      for (int32_t n = 0; n < 3; ++n) {
-        down[n] |= runs[0][n];
-        up1[n] |= runs[1][n];
-        up2[n] |= runs[2][n];
-      }
-      // The side pixel at i matches the running colour, or the one before i differs from
-      // it in all channels.
-      stops1 |= at(SideMatchPlane(side, 1), w, -1) | at(SideDiffersPlane(side, 0), w, -1);
-      stops2 |= at(SideMatchPlane(side, 2), w, -2) | at(SideDiffersPlane(side, 1), w, -2);
-    }
-    DerivedPlane(kMatch1)[w] = at(kCentreBack1, w, 0);
-    DerivedPlane(kMatch2)[w] = at(kCentreBack2, w, 0);
-    DerivedPlane(kStep1)[w] = up1[0] & down[0];
-    DerivedPlane(kStep2)[w] = up2[0] & down[0];
-    DerivedPlane(kUpTwo1)[w] = up1[1];
-    DerivedPlane(kUpThree1)[w] = up1[2];
-    DerivedPlane(kUpTwo2)[w] = up2[1];
-    DerivedPlane(kUpThree2)[w] = up2[2];
-    DerivedPlane(kDownOne)[w] = down[0];
-    DerivedPlane(kDownTwo)[w] = down[1];
-    DerivedPlane(kDownThree)[w] = down[2];
-    DerivedPlane(kSoften1)[w] = ~stops1;
-    DerivedPlane(kSoften2)[w] = ~stops2;
-  }
+  DerivePlanes(Plane(0), words_ + 2, words, DerivedPlane(0));
   for (int32_t behind = 0; behind < 2; ++behind) {
     const uint64_t* planes[8];
     for (int32_t k = 0; k < 8; ++k)
