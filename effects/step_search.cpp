@@ -247,6 +247,8 @@ class StepSearch {
   }
   // How many of the count pixels from px match the running colour.
   int32_t RunLength(const T* px, int32_t count) const {
+    // Where most pixels differ, most runs end at once: the first pixel needs no scan.
+    if (count < 1 || !Matches(px, running_)) return 0;
     if constexpr (std::is_same_v<T, uint8_t>) {
       kernels::RunColour8u colour{{}, tolerance_};
       for (const int32_t c : {at_.blue, at_.green, at_.red})
