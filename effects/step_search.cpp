@@ -232,18 +232,18 @@ class StepSearch {
     }
   }
   // Within the tolerance in each of the three channels.
+  // All three channels at once, without a branch per channel: which of them settles a
+  // comparison is as good as random.
   bool Matches(const T* a, const T* b) const {
-    for (const int32_t c : {at_.blue, at_.green, at_.red}) {
-      if (!(Distance(a[c], b[c]) <= tolerance_)) return false;
-    }
-    return true;
+    return static_cast<bool>(static_cast<int>(Distance(a[at_.blue], b[at_.blue]) <= tolerance_) &
+                             static_cast<int>(Distance(a[at_.green], b[at_.green]) <= tolerance_) &
+                             static_cast<int>(Distance(a[at_.red], b[at_.red]) <= tolerance_));
   }
   // Beyond the tolerance in all three channels at once.
   bool DiffersInAll(const T* a, const T* b) const {
-    for (const int32_t c : {at_.blue, at_.green, at_.red}) {
-      if (!(Distance(a[c], b[c]) > tolerance_)) return false;
-    }
-    return true;
+    return static_cast<bool>(static_cast<int>(Distance(a[at_.blue], b[at_.blue]) > tolerance_) &
+                             static_cast<int>(Distance(a[at_.green], b[at_.green]) > tolerance_) &
+                             static_cast<int>(Distance(a[at_.red], b[at_.red]) > tolerance_));
   }
   // How many of the count pixels from px match the running colour.
   int32_t RunLength(const T* px, int32_t count) const {
@@ -343,13 +343,14 @@ uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, b
     }
     return count;
   };
-  const int32_t up = std::max(run(0, 2, 0), run(2, 2, 0));
+  // With planes the run ahead comes for nothing, and without it no step can be.
+  const uint32_t known =
+      planes ? uint32_t{codes_[static_cast<size_t>(inner)]} : uint32_t{kDownOneBit};
+  const int32_t up = (known & kDownOneBit) != 0 ? std::max(run(0, 2, 0), run(2, 2, 0)) : 0;
   int32_t down = 0;
   if (up != 0) {
     if (planes) {
-      const uint32_t known = codes_[static_cast<size_t>(inner)];
-      down = ((known & kDownOneBit) != 0 ? 1 : 0) + ((known & kDownTwoBit) != 0 ? 1 : 0) +
-             ((known & kDownThreeBit) != 0 ? 1 : 0);
+      down = 1 + ((known & kDownTwoBit) != 0 ? 1 : 0) + ((known & kDownThreeBit) != 0 ? 1 : 0);
     } else {
       down = std::max(run(0, 3, 5), run(2, 3, 5));
     }
