@@ -186,12 +186,21 @@ TEST(BitMatrix, OrTransposedBitsTurnsEveryBitOver) {
   for (const Size size : {Size{1, 1}, Size{64, 64}, Size{70, 130}, Size{130, 3}, Size{5, 200}}) {
     const ptrdiff_t srcPitch = (size.columns + 63) / 64 + 1;
     const ptrdiff_t dstPitch = (size.rows + 63) / 64;
+    const auto sparse = [&](int32_t ones) {
+      uint64_t word = ~uint64_t{0};
+      for (int32_t i = 0; i < ones; ++i)
+        word &= random();
+      return word;
+    };
+    // Every second band of 64 rows is empty: whole blocks with nothing to turn over.
     std::vector<uint64_t> src(static_cast<size_t>(srcPitch * size.rows));
-    for (uint64_t& word : src)
-      word = random() & random();  // sparse enough to leave whole blocks empty too
+    for (int32_t r = 0; r < size.rows; ++r) {
+      for (ptrdiff_t w = 0; w < srcPitch; ++w)
+        src[static_cast<size_t>(r * srcPitch + w)] = (r / 64) % 2 == 1 ? 0 : sparse(2);
+    }
     std::vector<uint64_t> dst(static_cast<size_t>(dstPitch * size.columns));
     for (uint64_t& word : dst)
-      word = random() & random() & random();
+      word = sparse(3);
     const std::vector<uint64_t> before = dst;
     ASSERT_EQ(OrTransposedBits(src.data(), srcPitch, size.rows, size.columns, dst.data(), dstPitch),
               kOk);
