@@ -44,6 +44,17 @@ void TransposeTiles(ConstImageView src, ImageView dst, int32_t left, int32_t rig
   }
 }
 
+// Whole blocks in vector registers where the processor has them, tiles for the rest.
+template <size_t kPixelBytes, typename Blocks>
+void TransposeInBlocks(ConstImageView src, ImageView dst, int32_t width, int32_t height,
+                       Blocks blocks) {
+  vector::Covered covered{0, 0};
+  if (!UseReferenceKernels())
+    covered = blocks(src.data, src.pitch, dst.data, dst.pitch, width, height);
+  TransposeTiles<kPixelBytes>(src, dst, covered.columns, width, 0, covered.rows);
+  TransposeTiles<kPixelBytes>(src, dst, 0, width, covered.rows, height);
+}
+
 }  // namespace
 
 Status TransposePixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
@@ -52,25 +63,12 @@ Status TransposePixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
   const int32_t width = std::min(src.width, dst.height);
   const int32_t height = std::min(src.height, dst.width);
   switch (pixelBytes) {
-    // Whole blocks in vector registers where the processor has them, tiles for the rest.
-    case 4: {
-      vector::Covered blocks{0, 0};
-      if (!UseReferenceKernels()) {
-        blocks = vector::TransposePixels4(src.data, src.pitch, dst.data, dst.pitch, width, height);
-      }
-      TransposeTiles<4>(src, dst, blocks.columns, width, 0, blocks.rows);
-      TransposeTiles<4>(src, dst, 0, width, blocks.rows, height);
+    case 4:
+      TransposeInBlocks<4>(src, dst, width, height, vector::TransposePixels4);
       break;
-    }
-    case 16: {
-      vector::Covered blocks{0, 0};
-      if (!UseReferenceKernels()) {
-        blocks = vector::TransposePixels16(src.data, src.pitch, dst.data, dst.pitch, width, height);
-      }
-      TransposeTiles<16>(src, dst, blocks.columns, width, 0, blocks.rows);
-      TransposeTiles<16>(src, dst, 0, width, blocks.rows, height);
+    case 16:
+      TransposeInBlocks<16>(src, dst, width, height, vector::TransposePixels16);
       break;
-    }
     default:
       for (int32_t y = 0; y < height; ++y) {
         for (int32_t x = 0; x < width; ++x) {

@@ -17,57 +17,51 @@ inline uint64_t MarksAt(const uint64_t* marks, int32_t x, int32_t n) {
   return n == 64 ? bits : bits & ((uint64_t{1} << n) - 1);
 }
 
-// A byte pixel per 32-bit lane: a bitwise choice between the two pixels in the colour
-// bytes of the marked lanes.
-int32_t CopyMarked8u(const uint64_t* marks, const uint8_t* from, uint8_t* to, int32_t count,
-                     uint32_t colourBytes) {
+// Pixels of kLanes 32-bit lanes each, a byte pixel in one, a float pixel in four: each
+// pixel's mark spread over its lanes, then a bitwise choice between the two pixels in the
+// lanes' colour bits. colour[i] holds those of lane i of a pixel.
+template <int32_t kLanes>
+int32_t CopyMarkedLanes(const uint64_t* marks, const uint32_t* given, uint32_t* out, int32_t count,
+                        const uint32_t colour[kLanes]) {
   const hn::ScalableTag<uint32_t> d;
-  const auto n = static_cast<int32_t>(hn::Lanes(d));
-  if (64 % n != 0) return 0;
-  const auto colour = hn::Set(d, colourBytes);
-  auto* out = reinterpret_cast<uint32_t*>(to);
-  const auto* given = reinterpret_cast<const uint32_t*>(from);
+  const auto lanes = static_cast<int32_t>(hn::Lanes(d));
+  const int32_t n = lanes / kLanes;
+  if (lanes % kLanes != 0 || n < 1 || 64 % n != 0 || lanes > 64) return 0;
+  HWY_ALIGN uint32_t colourPattern[64];
+  for (int32_t i = 0; i < lanes; ++i)
+    colourPattern[i] = colour[i % kLanes];
+  const auto keep = hn::Load(d, colourPattern);
+  constexpr uint64_t kPixelLanes = (uint64_t{1} << kLanes) - 1;
   int32_t x = 0;
   for (; x + n <= count; x += n) {
     const uint64_t bits = MarksAt(marks, x, n);
     if (bits == 0) continue;
-    const auto marked = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t*>(&bits));
-    const auto take = hn::And(hn::VecFromMask(d, marked), colour);
-    const auto kept = hn::LoadU(d, out + x);
-    hn::StoreU(hn::Or(hn::And(take, hn::LoadU(d, given + x)), hn::AndNot(take, kept)), d, out + x);
+    uint64_t laneBits = bits;
+    if constexpr (kLanes > 1) {
+      laneBits = 0;
+      for (int32_t j = 0; j < n; ++j)
+        laneBits |= ((bits >> j) & 1U) * (kPixelLanes << (kLanes * j));
+    }
+    const auto marked = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t*>(&laneBits));
+    const auto take = hn::And(hn::VecFromMask(d, marked), keep);
+    uint32_t* px = out + static_cast<ptrdiff_t>(kLanes) * x;
+    const auto taken = hn::LoadU(d, given + static_cast<ptrdiff_t>(kLanes) * x);
+    hn::StoreU(hn::Or(hn::And(take, taken), hn::AndNot(take, hn::LoadU(d, px))), d, px);
   }
   return x;
 }
 
-// A float pixel per four lanes: each pixel's mark spread over its lanes.
+int32_t CopyMarked8u(const uint64_t* marks, const uint8_t* from, uint8_t* to, int32_t count,
+                     uint32_t colourBytes) {
+  const uint32_t colour[1] = {colourBytes};
+  return CopyMarkedLanes<1>(marks, reinterpret_cast<const uint32_t*>(from),
+                            reinterpret_cast<uint32_t*>(to), count, colour);
+}
+
 int32_t CopyMarked32f(const uint64_t* marks, const float* from, float* to, int32_t count,
                       const uint32_t colourLanes[4]) {
-  const hn::ScalableTag<uint32_t> d;
-  const auto lanes = static_cast<int32_t>(hn::Lanes(d));
-  const int32_t n = lanes / 4;
-  if (lanes % 4 != 0 || n < 1 || n > 16) return 0;
-  HWY_ALIGN uint32_t colourPattern[64];
-  for (int32_t i = 0; i < lanes; ++i)
-    colourPattern[i] = colourLanes[i % 4];
-  const auto colour = hn::Load(d, colourPattern);
-  auto* out = reinterpret_cast<uint32_t*>(to);
-  const auto* given = reinterpret_cast<const uint32_t*>(from);
-  int32_t x = 0;
-  for (; x + n <= count; x += n) {
-    const uint64_t bits = MarksAt(marks, x, n);
-    if (bits == 0) continue;
-    uint64_t laneBits = 0;
-    for (int32_t j = 0; j < n; ++j)
-      laneBits |= ((bits >> j) & 1U) * (uint64_t{0xF} << (4 * j));
-    const auto marked = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t*>(&laneBits));
-    const auto take = hn::And(hn::VecFromMask(d, marked), colour);
-    uint32_t* px = out + 4 * static_cast<ptrdiff_t>(x);
-    const auto kept = hn::LoadU(d, px);
-    hn::StoreU(hn::Or(hn::And(take, hn::LoadU(d, given + 4 * static_cast<ptrdiff_t>(x))),
-                      hn::AndNot(take, kept)),
-               d, px);
-  }
-  return x;
+  return CopyMarkedLanes<4>(marks, reinterpret_cast<const uint32_t*>(from),
+                            reinterpret_cast<uint32_t*>(to), count, colourLanes);
 }
 
 }  // namespace vitrella::kernels::HWY_NAMESPACE
