@@ -66,11 +66,21 @@ int32_t ColourRun32f(const float* pixels, int32_t count, const float colour[4],
     const auto keep = hn::Load(du, lanePattern);
     const auto limit = hn::Set(d, tolerance);
     const int32_t perVector = lanes / 4;
-    for (; i + perVector <= count; i += perVector) {
-      const auto v = hn::LoadU(d, pixels + 4 * static_cast<ptrdiff_t>(i));
+    // Lanes of colour channels beyond the tolerance, a NaN among them.
+    const auto outside = [&](int32_t at) {
+      const auto v = hn::LoadU(d, pixels + 4 * static_cast<ptrdiff_t>(at));
       const auto within = hn::Le(hn::Abs(hn::Sub(v, reference)), limit);
-      const auto outside = hn::AndNot(hn::BitCast(du, hn::VecFromMask(d, within)), keep);
-      const auto ends = hn::Ne(outside, hn::Zero(du));
+      return hn::AndNot(hn::BitCast(du, hn::VecFromMask(d, within)), keep);
+    };
+    // Four vectors to a test while the run goes on, which long runs make the usual case;
+    // then vector by vector to the end.
+    for (; i + 4 * perVector <= count; i += 4 * perVector) {
+      const auto any = hn::Or(hn::Or(outside(i), outside(i + perVector)),
+                              hn::Or(outside(i + 2 * perVector), outside(i + 3 * perVector)));
+      if (!hn::AllFalse(du, hn::Ne(any, hn::Zero(du)))) break;
+    }
+    for (; i + perVector <= count; i += perVector) {
+      const auto ends = hn::Ne(outside(i), hn::Zero(du));
       if (!hn::AllFalse(du, ends)) {
         return i + static_cast<int32_t>(hn::FindFirstTrue(du, ends)) / 4;
       }
