@@ -27,8 +27,8 @@ void EdgeSmootherOpenCv(const cv::Mat& src, cv::Mat& dst, const BenchValues& v) 
 }
 
 VITRELLA_EFFECT_BENCH(
-    "EdgeSmoother", []() -> IVideoEffect* { return new CEdgeSmoother(); },
-    "Font Smoothing - Strong", "Strong", &EdgeSmootherOpenCv);
+    "EdgeSmoother", []() -> IVideoEffect* { return new CEdgeSmoother(); }, "Smooth SD to HD Upres",
+    "Upres", &EdgeSmootherOpenCv);
 
 }  // namespace
 }  // namespace vitrella::bench

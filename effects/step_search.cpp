@@ -467,10 +467,17 @@ bool StepSearch<T>::Walk() {
         for (;;) {
           const uint32_t code = codes[second + inner];
           if ((code & kMatchBit) != 0) {
-            // A run of the running colour: the lane's scan finds its end.
+            // A run of the running colour: the lane's scan finds its end. Where that is the
+            // next pixel and the running colour was the one before this, the planes still
+            // know it: two behind.
             const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
             running_ = runningNow;
-            inner += 1 + RunLength(here + 4, end - inner - 1);
+            const int32_t run = RunLength(here + 4, end - inner - 1);
+            inner += 1 + run;
+            if (run == 0 && second == 0 && inner < end) {
+              second = secondCodes;
+              continue;
+            }
             second = -1;
             break;
           }
