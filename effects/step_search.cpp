@@ -231,9 +231,8 @@ class StepSearch {
       return std::fabs(a - b);
     }
   }
-  // Within the tolerance in each of the three channels.
-  // All three channels at once, without a branch per channel: which of them settles a
-  // comparison is as good as random.
+  // Within the tolerance in each of the three channels, without a branch per channel:
+  // which of them settles a comparison is as good as random.
   bool Matches(const T* a, const T* b) const {
     return static_cast<bool>(static_cast<int>(Distance(a[at_.blue], b[at_.blue]) <= tolerance_) &
                              static_cast<int>(Distance(a[at_.green], b[at_.green]) <= tolerance_) &
