@@ -7,16 +7,15 @@
 #include <iterator>
 #include <vector>
 
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "exr_file.h"
 #include "host_error.h"
 #include "jpeg_file.h"
+#include "opencv_codecs.h"
 #include "param_text.h"
 #include "picture_limits.h"
 #include "png_file.h"
-#include "quiet_stderr.h"
 #include "replacing_file.h"
 
 namespace vitrella::host {
@@ -84,15 +83,6 @@ cv::Mat ToUsableDepth(const cv::Mat& decoded) {
   }
 }
 
-bool Encode(const std::string& extension, const cv::Mat& picture, std::vector<uint8_t>* bytes) {
-  const QuietStderr quiet;
-  try {
-    return cv::imencode(extension, picture, *bytes);
-  } catch (const cv::Exception&) {
-    return false;
-  }
-}
-
 // Float channels at 16 bits where the format holds them, 8 elsewhere; alpha dropped where
 // the format has none.
 std::vector<uint8_t> EncodeWithOpenCv(const std::string& path, const cv::Mat& picture) {
@@ -105,11 +95,11 @@ std::vector<uint8_t> EncodeWithOpenCv(const std::string& path, const cv::Mat& pi
   }
 
   std::vector<uint8_t> bytes;
-  if (!Encode(extension, stored, &bytes)) {
+  if (!EncodeWithOpenCvCodec(extension, stored, &bytes)) {
     // Some formats take three channels only.
     cv::Mat bgr;
     cv::cvtColor(stored, bgr, cv::COLOR_BGRA2BGR);
-    if (!Encode(extension, bgr, &bytes)) {
+    if (!EncodeWithOpenCvCodec(extension, bgr, &bytes)) {
       throw HostError("cannot write " + path + ": the " + extension + " codec refused the picture");
     }
   }
@@ -126,13 +116,7 @@ cv::Mat ReadPicture(const std::string& path) {
   if (LooksLikePng(bytes)) return DecodePng(bytes, path);
   if (LooksLikeExr(bytes)) return DecodeExr(bytes, path);
 
-  cv::Mat decoded;
-  try {
-    const QuietStderr quiet;
-    if (!bytes.empty()) decoded = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
-  } catch (const cv::Exception&) {
-    decoded.release();
-  }
+  cv::Mat decoded = DecodeWithOpenCvCodec(bytes);
   if (decoded.empty())
     throw HostError("cannot read " + path + ": not a picture file we can decode");
   decoded = ToUsableDepth(decoded);
@@ -175,12 +159,7 @@ void CheckPictureWriter(const std::string& path) {
     throw HostError("cannot write " + path + ": the name needs an extension such as .png");
   }
   // EXR is written through OpenEXR, whatever OpenCV says of it.
-  bool known = IsExr(Extension(path));
-  try {
-    if (!known) known = cv::haveImageWriter(path);
-  } catch (const cv::Exception&) {
-    known = false;
-  }
+  const bool known = IsExr(Extension(path)) || OpenCvCodecWrites(path);
   if (!known) throw HostError("cannot write " + path + ": no codec for " + Extension(path));
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   std::error_code error;

@@ -10,6 +10,7 @@ extern "C" {
 }
 
 #include "av_support.h"
+#include "bgra_from_yuv420.h"
 #include "host_error.h"
 
 namespace vitrella::host {
@@ -358,6 +359,24 @@ void VideoDecoder::Restart(std::optional<int64_t> last) {
   failure_.reset();
 }
 
+// 8-bit 4:2:0 in a matrix of our own, the frames of nearly every H.264, MPEG and Motion JPEG
+// clip: faster than swscale's, and with chroma interpolated from where the stream sites it.
+// Empty for the other frames, which go to swscale.
+cv::Mat VideoDecoder::OwnConversion(const AVFrame& decoded, bool deep) {
+  const auto format = static_cast<AVPixelFormat>(decoded.format);
+  if (deep || (format != AV_PIX_FMT_YUV420P && format != AV_PIX_FMT_YUVJ420P)) return {};
+  const std::optional<YuvMatrix> matrix = YuvMatrixOf(decoded.colorspace);
+  if (!matrix) return {};
+  const bool fullRange = decoded.color_range == AVCOL_RANGE_JPEG || FullRangeFormat(format);
+  cv::Mat picture = pictures_.Take(decoded.height, decoded.width, CV_8UC4);
+  const Yuv420Source planes{decoded.data[0],     decoded.data[1],     decoded.data[2],
+                            decoded.linesize[0], decoded.linesize[1], decoded.linesize[2]};
+  BgraFromYuv420(planes, decoded.width, decoded.height, *matrix, fullRange,
+                 static_cast<ChromaSiting>(decoded.chroma_location), picture.data,
+                 static_cast<ptrdiff_t>(picture.step[0]));
+  return picture;
+}
+
 cv::Mat VideoDecoder::Picture(const VideoFrame& frame, int64_t n) {
   const AVFrame& decoded = *frame.decoded;
   const auto format = static_cast<AVPixelFormat>(decoded.format);
@@ -373,6 +392,7 @@ cv::Mat VideoDecoder::Picture(const VideoFrame& frame, int64_t n) {
 
   const int width = decoded.width;
   const int height = decoded.height;
+  if (cv::Mat picture = OwnConversion(decoded, deep); !picture.empty()) return picture;
   SwsContext* scaler = scaler_->For(decoded, *descriptor, deep);
   if (scaler == nullptr) throw failed();
   cv::Mat picture = pictures_.Take(height, width, deep ? CV_16UC4 : CV_8UC4);

@@ -82,6 +82,7 @@ class VideoDecoder {
   int64_t NumberAt(int64_t timestamp) const;
   int64_t Following(int64_t number) const;
   void Restart(std::optional<int64_t> last);
+  cv::Mat OwnConversion(const AVFrame& decoded, bool deep);
 
   std::string name_;
   PicturePool pictures_{kPicturesKept};

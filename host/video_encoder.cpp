@@ -224,6 +224,13 @@ class VideoEncoder final : public ClipWriter {
                               : static_cast<AVColorSpace>(facts.colorSpace);
       codec->color_range = fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     }
+    // Our own conversion to 4:2:0 takes each chroma sample as the mean of its 2x2 block,
+    // which sites it in the block's middle; readers that honour the tag then put it back
+    // where it came from.
+    const bool ownYuv420 = !deep_ &&
+                           (pixels == AV_PIX_FMT_YUV420P || pixels == AV_PIX_FMT_YUVJ420P) &&
+                           YuvMatrixOf(codec->colorspace).has_value();
+    if (ownYuv420) codec->chroma_sample_location = AVCHROMA_LOC_CENTER;
     if (codec_ == ClipCodec::kMjpeg) {
       codec->flags |= AV_CODEC_FLAG_QSCALE;
       codec->global_quality = FF_QP2LAMBDA * 2;
@@ -285,7 +292,7 @@ class VideoEncoder final : public ClipWriter {
       sws_setColorspaceDetails(scaler_.get(), coefficients, 1, coefficients, fullRange ? 1 : 0, 0,
                                1 << 16, 1 << 16);
     }
-    if (!deep_ && (pixels == AV_PIX_FMT_YUV420P || pixels == AV_PIX_FMT_YUVJ420P)) {
+    if (ownYuv420) {
       yuv420_ = YuvMatrixOf(codec->colorspace);
       fullRange_ = fullRange;
     }

