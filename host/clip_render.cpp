@@ -127,11 +127,12 @@ struct PictureFrame {
 
 PictureFrame DestinationPicture(const ClipJob& job, const HostFrame& source) {
   const int type = IsFloatFormat(source.format) ? CV_32FC4 : CV_8UC4;
-  const int32_t padded = source.pitch / source.pixelBytes;
-  cv::Mat whole = job.rendered.Take(source.height, padded, type);
+  const auto pitch = static_cast<int32_t>(PaddedPitch(source.width, source.pixelBytes));
+  cv::Mat whole = job.rendered.Take(source.height, pitch / source.pixelBytes, type);
   std::memset(whole.data, 0, whole.total() * whole.elemSize());
   PictureFrame frame{whole(cv::Rect(0, 0, source.width, source.height)), source};
   frame.record.data = frame.picture.data;
+  frame.record.pitch = pitch;
   return frame;
 }
 
@@ -153,22 +154,34 @@ void RenderFrames(const ClipJob& job) {
   std::optional<OwnedFrame> source;
   std::optional<OwnedFrame> destination;
   while (std::optional<FrameQueue::Job> frame = job.queue.PopDecoded()) {
-    if (!source || !FillFrame(*frame->picture, *source)) {
-      source.emplace(PictureToFrame(*frame->picture, options.format, order));
-      destination.emplace(FrameLike(source->record()));
-    } else if (!direct) {
-      destination->Clear();
+    const cv::Mat& picture = *frame->picture;
+    // A decoded picture laid out as the frames are is the source as it stands, uncopied.
+    HostFrame input{};
+    if (const std::optional<HostFrame> borrowed =
+            direct ? PictureAsFrame(picture, options.format) : std::nullopt) {
+      input = *borrowed;
+    } else {
+      if (!source || !FillFrame(picture, *source)) {
+        source.emplace(PictureToFrame(picture, options.format, order));
+      }
+      input = source->record();
     }
     PictureFrame out;
-    if (direct) out = DestinationPicture(job, destination->record());
+    if (direct) {
+      out = DestinationPicture(job, input);
+    } else if (!destination || destination->record().width != input.width ||
+               destination->record().height != input.height) {
+      destination.emplace(FrameLike(input));
+    } else {
+      destination->Clear();
+    }
     HostFrame& target = direct ? out.record : destination->record();
     const HostFrame made = target;
     const RenderInfo info = FrameInfo(job, *frame);
-    if (!job.effect.Render(&host, &source->record(), 0, &target, &info)) {
+    if (!job.effect.Render(&host, &input, 0, &target, &info)) {
       throw HostError("the effect " + job.effectName + " did not render frame " +
                       std::to_string(frame->n) + " of " + job.input + " (" +
-                      std::to_string(source->record().width) + "x" +
-                      std::to_string(source->record().height) + ", " +
+                      std::to_string(input.width) + "x" + std::to_string(input.height) + ", " +
                       std::string(FormatName(options.format)) + ")");
     }
     const bool kept = direct && SameRecord(target, made);
@@ -244,7 +257,12 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
   // Frames between decoding and writing: enough to keep every thread busy while the
   // writer waits for the oldest. The window keeps those and the ones looked back on.
   const size_t inFlight = 2 * size_t{threads} + 2;
-  FrameServer server(std::move(reader), inFlight + kFramesLookedBack + 2, options.format,
+  // The window keeps what an effect that reads other frames looks back on. Any other effect
+  // is served by the frames in flight alone, which the queue holds: a wider window would
+  // only hold more 1080p pictures, over 8 MB each, that no one reads again.
+  const size_t window =
+      (traits & kTraitReadsOtherFrames) != 0 ? inFlight + kFramesLookedBack + 2 : 1;
+  FrameServer server(std::move(reader), window, options.format,
                      options.bottomUp ? RowOrder::kBottomFirst : RowOrder::kTopFirst);
   FrameQueue queue(inFlight);
   // The queue's frames, those the writer holds and one each thread is filling.

@@ -61,6 +61,10 @@ int32_t PixelBytesOf(PixelFormat format) {
   return IsHostFormat(format) ? FormatPixelBytes(format) : 0;
 }
 
+int64_t PaddedPitch(int32_t width, int32_t pixelBytes) {
+  return (int64_t{width} * pixelBytes + kAlignment - 1) / kAlignment * kAlignment;
+}
+
 void OwnedFrame::Free::operator()(uint8_t* memory) const {
   std::free(memory);
 }
@@ -71,7 +75,7 @@ OwnedFrame::OwnedFrame(int32_t width, int32_t height, PixelFormat format, bool f
     throw HostError("cannot make a frame of " + std::to_string(width) + "x" +
                     std::to_string(height) + " pixels");
   }
-  const int64_t pitch = (int64_t{width} * pixelBytes + kAlignment - 1) / kAlignment * kAlignment;
+  const int64_t pitch = PaddedPitch(width, pixelBytes);
   if (pitch > std::numeric_limits<int32_t>::max()) {
     throw HostError("the picture is too large for a frame");
   }
@@ -136,6 +140,24 @@ OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder o
   }
   OwnedFrame frame(picture.cols, picture.rows, format, order == RowOrder::kTopFirst);
   FillFrame(picture, frame);
+  return frame;
+}
+
+std::optional<HostFrame> PictureAsFrame(const cv::Mat& picture, PixelFormat format) {
+  const int32_t pixelBytes = PixelBytesOf(format);
+  const int type = IsFloatFormat(format) ? CV_32FC4 : CV_8UC4;
+  if (pixelBytes == 0 || IsAlphaFirst(format) || picture.type() != type || picture.empty() ||
+      picture.step[0] > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+    return std::nullopt;
+  }
+  HostFrame frame{};
+  frame.data = picture.data;
+  frame.width = picture.cols;
+  frame.height = picture.rows;
+  frame.pitch = static_cast<int32_t>(picture.step[0]);
+  frame.pixelBytes = pixelBytes;
+  frame.format = format;
+  frame.flipped = 1;
   return frame;
 }
 

@@ -28,6 +28,9 @@ enum class RowOrder {
   kBottomFirst,  // data is the bottom row, pitch positive, `flipped` clear
 };
 
+// The pitch of a frame the host makes: the row's bytes rounded up to a multiple of 64.
+int64_t PaddedPitch(int32_t width, int32_t pixelBytes);
+
 // A frame whose memory the host owns: rows aligned to 64 bytes, the pitch rounded up to
 // a multiple of 64 so that effects meet a pitch wider than the row, contents zero.
 class OwnedFrame {
@@ -55,6 +58,11 @@ OwnedFrame PictureToFrame(const cv::Mat& picture, PixelFormat format, RowOrder o
 // order: a clip's render reuses its frames, since fresh memory costs a page fault every
 // 4 KB. False, and nothing written, when the sizes differ.
 bool FillFrame(const cv::Mat& picture, OwnedFrame& frame);
+
+// The picture itself as a top-first frame of `format`, without a copy, when its type is the
+// format's and the format's channels run blue first; nullopt otherwise. The picture keeps
+// the memory.
+std::optional<HostFrame> PictureAsFrame(const cv::Mat& picture, PixelFormat format);
 
 // A zeroed frame with the same size, format and `flipped` as `frame`.
 OwnedFrame FrameLike(const HostFrame& frame);
