@@ -9,23 +9,31 @@
 namespace vitrella::host {
 namespace {
 
+// A small picture, and a 1080p one, which lies in memory of large pages of the pool's own.
 TEST(PicturePool, APictureReturnsOnlyOnceNobodyHoldsIt) {
-  PicturePool pool(4);
-  cv::Mat first = pool.Take(8, 16, CV_8UC4);
-  const uchar* memory = first.data;
-  cv::Mat view = first(cv::Rect(0, 0, 4, 4));  // a part of it still holds the whole
-  first.release();
-  cv::Mat second = pool.Take(8, 16, CV_8UC4);
-  EXPECT_NE(second.data, memory);
-  view.release();
-  second.release();
-  EXPECT_EQ(pool.Take(8, 16, CV_8UC4).data, memory);
+  for (const cv::Size size : {cv::Size(16, 8), cv::Size(1920, 1080)}) {
+    SCOPED_TRACE(size);
+    PicturePool pool(4);
+    cv::Mat first = pool.Take(size.height, size.width, CV_8UC4);
+    first.setTo(cv::Scalar(1, 2, 3, 4));
+    EXPECT_TRUE(first.isContinuous());
+    const uchar* memory = first.data;
+    cv::Mat view = first(cv::Rect(0, 0, 4, 4));  // a part of it still holds the whole
+    first.release();
+    cv::Mat second = pool.Take(size.height, size.width, CV_8UC4);
+    EXPECT_NE(second.data, memory);
+    view.release();
+    second.release();
+    const cv::Mat again = pool.Take(size.height, size.width, CV_8UC4);
+    EXPECT_EQ(again.data, memory);
+    EXPECT_EQ(again.at<cv::Vec4b>(size.height - 1, size.width - 1), cv::Vec4b(1, 2, 3, 4));
 
-  // Let go on another thread, as the writer does with the render threads' pictures.
-  cv::Mat held = pool.Take(8, 16, CV_8UC4);
-  const uchar* heldMemory = held.data;
-  std::thread([moved = std::move(held)]() mutable { moved.release(); }).join();
-  EXPECT_EQ(pool.Take(8, 16, CV_8UC4).data, heldMemory);
+    // Let go on another thread, as the writer does with the render threads' pictures.
+    cv::Mat held = pool.Take(size.height, size.width, CV_8UC4);
+    const uchar* heldMemory = held.data;
+    std::thread([moved = std::move(held)]() mutable { moved.release(); }).join();
+    EXPECT_EQ(pool.Take(size.height, size.width, CV_8UC4).data, heldMemory);
+  }
 }
 
 TEST(PicturePool, OtherSizesAreMadeFreshAndTheBoundHolds) {
