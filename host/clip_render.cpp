@@ -300,11 +300,12 @@ ClipSummary RenderClip(IVideoEffect& effect, const std::string& effectName,
     // This thread writes, in order.
     RunStage(queue, [&] {
       while (std::optional<FrameQueue::Rendered> next = queue.PopInOrder()) {
-        for (const std::string& warning : loss.Check(next->picture))
-          bar.Warn(warning);
         const std::optional<FrameTime>& time = next->time;
         writer->Write(next->n, next->picture,
                       time ? std::optional<int64_t>(time->timestamp) : std::nullopt);
+        // After the writer's conversion has brought the picture into the cache.
+        for (const std::string& warning : loss.Check(next->picture))
+          bar.Warn(warning);
         bar.Update(++summary.frames);
       }
     });
