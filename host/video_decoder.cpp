@@ -366,7 +366,12 @@ cv::Mat VideoDecoder::OwnConversion(const AVFrame& decoded, bool deep) {
   const auto format = static_cast<AVPixelFormat>(decoded.format);
   if (deep || (format != AV_PIX_FMT_YUV420P && format != AV_PIX_FMT_YUVJ420P)) return {};
   const std::optional<YuvMatrix> matrix = YuvMatrixOf(decoded.colorspace);
-  if (!matrix) return {};
+  // A frame without its three planes is left to swscale, which fails it with a message
+  // rather than handing on a picture that was never written.
+  if (!matrix || decoded.data[0] == nullptr || decoded.data[1] == nullptr ||
+      decoded.data[2] == nullptr) {
+    return {};
+  }
   const bool fullRange = decoded.color_range == AVCOL_RANGE_JPEG || FullRangeFormat(format);
   cv::Mat picture = pictures_.Take(decoded.height, decoded.width, CV_8UC4);
   const Yuv420Source planes{decoded.data[0],     decoded.data[1],     decoded.data[2],
