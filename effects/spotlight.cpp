@@ -308,17 +308,8 @@ struct Grade {
     const float neutral = swapped ? 0.0f : 0.5f;
     curve = clarity != 0.0f || brightness != neutral;
   }
-  float Curve(float x) const {
-    const float p = std::pow(x, exponent);
-    return (std::sin(p * 3.1415927f - 1.5707964f) + 1.0f) * 0.5f * clarity + (1.0f - clarity) * p;
-  }
-  static float Tint(float in, float a) {
-    if (a >= 0.0f) return (1.0f - a * 0.5f) * in + a * 0.5f;
-    const float h = a * -0.5f;
-    if (in < h) return 0.0f;
-    const float room = 1.0f - h;
-    return (in - h) * (1.0f / (room == 0.0f ? 0.0000001f : room));
-  }
+  float Curve(float x) const { return kernels::ClarityCurve(x, exponent, clarity); }
+  static float Tint(float in, float a) { return kernels::TintValue(in, a); }
 };
 
 // A grade in bytes: the saturation stage in integers, then the curve and the tint folded
@@ -381,57 +372,38 @@ class ByteGrade {
 // The same on floats, computed per value and limited to 0..1 after each stage.
 class FloatGrade {
  public:
-  explicit FloatGrade(const Grade& g) : g_(g) {}
-  bool Identity() const { return g_.saturation == 0.0f && !g_.curve && g_.range == 0.0f; }
+  explicit FloatGrade(const Grade& g) {
+    spec_.move = g.saturation != 0.0f;
+    spec_.keep = 0.5f - g.saturation * 0.5f;
+    spec_.toward = g.saturation * 0.5f;
+    spec_.weightBlue = 0.113f;
+    spec_.weightGreen = 0.586f;
+    spec_.weightRed = 0.298f;
+    spec_.curve = g.curve;
+    spec_.exponent = g.exponent;
+    spec_.clarity = g.clarity;
+    spec_.tint = g.range != 0.0f;
+    spec_.tintRed = g.amounts[0];
+    spec_.tintGreen = g.amounts[1];
+    spec_.tintBlue = g.amounts[2];
+  }
+  bool Identity() const { return !spec_.move && !spec_.curve && !spec_.tint; }
   // Pixels [begin, end) of a row, alpha kept; in and out may be one row.
   bool Row(const float* in, float* out, int32_t begin, int32_t end, const PixelLayout& l) const {
+    if (end <= begin) return true;
     if (Identity()) {
-      if (in != out && end > begin) std::copy(in + 4 * begin, in + 4 * end, out + 4 * begin);
+      if (in != out) std::copy(in + 4 * begin, in + 4 * end, out + 4 * begin);
       return true;
     }
-    // Stage by stage over the row, so that the stages without calls into the maths
-    // library run as tight loops.
-    for (int32_t x = begin; x < end; ++x) {
-      const float* p = in + 4 * x;
-      float* q = out + 4 * x;
-      const float red = p[l.red];
-      const float green = p[l.green];
-      const float blue = p[l.blue];
-      q[l.alpha] = p[l.alpha];
-      q[l.red] = red;
-      q[l.green] = green;
-      q[l.blue] = blue;
-    }
-    if (g_.saturation != 0.0f) {
-      const float keep = 0.5f - g_.saturation * 0.5f;
-      const float towards = g_.saturation * 0.5f;
-      for (int32_t x = begin; x < end; ++x) {
-        float* q = out + 4 * x;
-        const float luma = q[l.blue] * 0.113f + q[l.green] * 0.586f + q[l.red] * 0.298f;
-        for (const int32_t c : {l.red, l.green, l.blue})
-          q[c] = std::clamp((q[c] * keep + luma * towards) * 2.0f, 0.0f, 1.0f);
-      }
-    }
-    if (g_.curve) {
-      for (int32_t x = begin; x < end; ++x) {
-        float* q = out + 4 * x;
-        for (const int32_t c : {l.red, l.green, l.blue})
-          q[c] = std::clamp(g_.Curve(q[c]), 0.0f, 1.0f);
-      }
-    }
-    if (g_.range != 0.0f) {
-      const int32_t channel[3] = {l.red, l.green, l.blue};
-      for (int32_t x = begin; x < end; ++x) {
-        float* q = out + 4 * x;
-        for (int c = 0; c < 3; ++c)
-          q[channel[c]] = std::clamp(Grade::Tint(q[channel[c]], g_.amounts[c]), 0.0f, 1.0f);
-      }
-    }
-    return true;
+    const int32_t count = end - begin;
+    const kernels::ConstImageView from{reinterpret_cast<const uint8_t*>(in + 4 * begin), 16 * count,
+                                       count, 1};
+    const kernels::ImageView to{reinterpret_cast<uint8_t*>(out + 4 * begin), 16 * count, count, 1};
+    return kernels::GradeChannels32f_C4(from, to, {l.blue, l.green, l.red}, spec_) == kernels::kOk;
   }
 
  private:
-  Grade g_;
+  kernels::FloatGradeSpec spec_;
 };
 
 // What a sample type brings: its grade, and the kernels of the mix through the mask.

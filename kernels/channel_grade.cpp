@@ -44,4 +44,31 @@ Status GradeChannels8u_C4(ConstImageView src, ImageView dst, ColourPositions at,
   return kOk;
 }
 
+Status GradeChannels32f_C4(ConstImageView src, ImageView dst, ColourPositions at,
+                           const FloatGradeSpec& grade) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (!AreThreeChannels(at)) return kBadChannel;
+  const Size size = MinSize(src.Extent(), dst.Extent());
+  const int32_t alpha = 6 - at.blue - at.green - at.red;
+  for (int32_t y = 0; y < size.height; ++y) {
+    const auto* in = reinterpret_cast<const float*>(src.Row(y));
+    auto* out = reinterpret_cast<float*>(dst.Row(y));
+    if (!UseReferenceKernels()) {
+      vector::GradeRow32f_C4(in, out, size.width, at.blue, at.green, at.red, grade);
+      continue;
+    }
+    for (int32_t x = 0; x < size.width; ++x, in += 4, out += 4) {
+      float blue = in[at.blue];
+      float green = in[at.green];
+      float red = in[at.red];
+      GradePixel(blue, green, red, grade);
+      out[alpha] = in[alpha];
+      out[at.blue] = blue;
+      out[at.green] = green;
+      out[at.red] = red;
+    }
+  }
+  return kOk;
+}
+
 }  // namespace vitrella::kernels

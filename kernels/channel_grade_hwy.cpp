@@ -142,6 +142,146 @@ void GradeRow8u_C4(const uint8_t* in, uint8_t* out, int32_t width, int32_t blueS
   }
 }
 
+// UnitClarityCurve lane by lane, in the same operations in the same order.
+template <class D>
+class CurveOfUnit {
+ public:
+  using V = hn::Vec<D>;
+  CurveOfUnit(D d, float exponent, float clarity)
+      : d_(d),
+        exponent_(hn::Set(d, exponent)),
+        clarity_(hn::Set(d, clarity)),
+        rest_(hn::Set(d, 1.0f - clarity)) {}
+
+  HWY_INLINE V operator()(V x) const {
+    using namespace curve_terms;
+    const hn::RebindToSigned<D> di;
+    const V zero = hn::Zero(d_);
+    const V one = hn::Set(d_, 1.0f);
+    const V u = hn::IfThenElse(hn::Gt(x, zero), hn::IfThenElse(hn::Lt(one, x), one, x), zero);
+    const auto bits = hn::BitCast(di, u);
+    const auto mantissa = hn::And(bits, hn::Set(di, 0x7FFFFF));
+    const auto halve =
+        hn::IfThenElseZero(hn::Gt(mantissa, hn::Set(di, kSqrt2Mantissa)), hn::Set(di, 1));
+    const V m = hn::BitCast(
+        d_, hn::Or(mantissa, hn::Sub(hn::Set(di, 0x3F800000), hn::ShiftLeft<23>(halve))));
+    const V k =
+        hn::ConvertTo(d_, hn::Add(hn::Sub(hn::ShiftRight<23>(bits), hn::Set(di, 127)), halve));
+    const V t = hn::Div(hn::Sub(m, one), hn::Add(m, one));
+    const V t2 = hn::Mul(t, t);
+    V series = hn::Mul(t2, hn::Set(d_, kLog[4]));
+    series = hn::Mul(t2, hn::Add(hn::Set(d_, kLog[3]), series));
+    series = hn::Mul(t2, hn::Add(hn::Set(d_, kLog[2]), series));
+    series = hn::Mul(t2, hn::Add(hn::Set(d_, kLog[1]), series));
+    const V log = hn::Add(k, hn::Mul(hn::Mul(t, hn::Set(d_, kLog[0])), hn::Add(one, series)));
+    const V y = hn::Mul(exponent_, log);
+    const V roundAt = hn::Set(d_, kRound);
+    const V rounded = hn::Add(y, roundAt);
+    const V f = hn::Sub(y, hn::Sub(rounded, roundAt));
+    V e2 = hn::Set(d_, kExp[7]);
+    for (int i = 6; i >= 0; --i)
+      e2 = hn::Add(hn::Set(d_, kExp[i]), hn::Mul(f, e2));
+    const auto n = hn::Sub(hn::BitCast(di, rounded), hn::Set(di, kRoundBits));
+    const V scaled = hn::BitCast(d_, hn::Add(hn::BitCast(di, e2), hn::ShiftLeft<23>(n)));
+    const V p = hn::IfThenElseZero(
+        hn::And(hn::Gt(u, zero), hn::Ge(y, hn::Set(d_, kLowestExponent))), scaled);
+    const V z = hn::Sub(hn::Mul(p, hn::Set(d_, 3.1415927f)), hn::Set(d_, 1.5707964f));
+    const V z2 = hn::Mul(z, z);
+    V s = hn::Set(d_, kSin[6]);
+    for (int i = 5; i >= 0; --i)
+      s = hn::Add(hn::Set(d_, kSin[i]), hn::Mul(z2, s));
+    const V wave = hn::Mul(hn::Mul(hn::Add(hn::Mul(z, s), one), hn::Set(d_, 0.5f)), clarity_);
+    return hn::Add(wave, hn::Mul(rest_, p));
+  }
+
+ private:
+  D d_;
+  V exponent_, clarity_, rest_;
+};
+
+// Whole pixels, their four channels split into four vectors, on which the stages run.
+void GradeRow32f_C4(const float* in, float* out, int32_t width, int32_t blue, int32_t green,
+                    int32_t red, const FloatGradeSpec& grade) {
+  const hn::ScalableTag<float> d;
+  using V = hn::Vec<decltype(d)>;
+  const auto lanes = static_cast<int32_t>(hn::Lanes(d));
+  const auto zero = hn::Zero(d);
+  const auto one = hn::Set(d, 1.0f);
+  const auto two = hn::Set(d, 2.0f);
+  // std::clamp to the last bit, NaN and -0 alike, which Min and Max are not on every target.
+  const auto limit = [&](V v) {
+    return hn::IfThenElse(hn::Lt(v, zero), zero, hn::IfThenElse(hn::Lt(one, v), one, v));
+  };
+  const auto keep = hn::Set(d, grade.keep);
+  const auto toward = hn::Set(d, grade.toward);
+  const auto wBlue = hn::Set(d, grade.weightBlue);
+  const auto wGreen = hn::Set(d, grade.weightGreen);
+  const auto wRed = hn::Set(d, grade.weightRed);
+  // A tint's two forms, as TintValue computes them.
+  struct Tint {
+    bool lift;
+    V scale, offset, cut, stretch;
+  };
+  const auto tintOf = [&](float a) {
+    const float h = a * -0.5f;
+    const float room = 1.0f - h;
+    return Tint{a >= 0.0f, hn::Set(d, 1.0f - a * 0.5f), hn::Set(d, a * 0.5f), hn::Set(d, h),
+                hn::Set(d, 1.0f / (room == 0.0f ? 0.0000001f : room))};
+  };
+  const Tint tints[3] = {tintOf(grade.tintBlue), tintOf(grade.tintGreen), tintOf(grade.tintRed)};
+  const auto tint = [&](V v, const Tint& t) {
+    if (t.lift) return limit(hn::Add(hn::Mul(t.scale, v), t.offset));
+    return limit(hn::IfThenZeroElse(hn::Lt(v, t.cut), hn::Mul(hn::Sub(v, t.cut), t.stretch)));
+  };
+  const CurveOfUnit<decltype(d)> curve(d, grade.exponent, grade.clarity);
+  const int32_t alpha = 6 - blue - green - red;
+  int32_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    V c[4];
+    hn::LoadInterleaved4(d, in + 4 * x, c[0], c[1], c[2], c[3]);
+    V b = c[blue];
+    V g = c[green];
+    V r = c[red];
+    if (grade.move) {
+      const V luma = hn::Add(hn::Add(hn::Mul(b, wBlue), hn::Mul(g, wGreen)), hn::Mul(r, wRed));
+      const auto move = [&](V v) {
+        return limit(hn::Mul(hn::Add(hn::Mul(v, keep), hn::Mul(luma, toward)), two));
+      };
+      b = move(b);
+      g = move(g);
+      r = move(r);
+    }
+    if (grade.curve) {
+      b = limit(curve(b));
+      g = limit(curve(g));
+      r = limit(curve(r));
+    }
+    if (grade.tint) {
+      b = tint(b, tints[0]);
+      g = tint(g, tints[1]);
+      r = tint(r, tints[2]);
+    }
+    V o[4];
+    o[alpha] = c[alpha];
+    o[blue] = b;
+    o[green] = g;
+    o[red] = r;
+    hn::StoreInterleaved4(o[0], o[1], o[2], o[3], d, out + 4 * x);
+  }
+  for (; x < width; ++x) {
+    const float* p = in + 4 * x;
+    float* q = out + 4 * x;
+    float pb = p[blue];
+    float pg = p[green];
+    float pr = p[red];
+    GradePixel(pb, pg, pr, grade);
+    q[alpha] = p[alpha];
+    q[blue] = pb;
+    q[green] = pg;
+    q[red] = pr;
+  }
+}
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -156,6 +296,13 @@ void GradeRow8u_C4(const uint8_t* in, uint8_t* out, int32_t width, int32_t blueS
                    const uint16_t* narrow) {
   HWY_DYNAMIC_DISPATCH(GradeRow8u_C4)
   (in, out, width, blueShift, greenShift, redShift, move, amount, weights, tables, narrow);
+}
+
+HWY_EXPORT(GradeRow32f_C4);
+
+void GradeRow32f_C4(const float* in, float* out, int32_t width, int32_t blue, int32_t green,
+                    int32_t red, const FloatGradeSpec& grade) {
+  HWY_DYNAMIC_DISPATCH(GradeRow32f_C4)(in, out, width, blue, green, red, grade);
 }
 
 }  // namespace vitrella::kernels::vector

@@ -3,6 +3,10 @@
 
 #include <cstdint>
 
+namespace vitrella::kernels {
+struct FloatGradeSpec;
+}  // namespace vitrella::kernels
+
 namespace vitrella::kernels::vector {
 
 // Four-byte pixels graded from in to out (which may be one); the shifts say where blue,
@@ -14,5 +18,10 @@ void GradeRow8u_C4(const uint8_t* in, uint8_t* out, int32_t width, int32_t blueS
                    int32_t greenShift, int32_t redShift, bool move, int32_t amount,
                    const int32_t weights[3], const int32_t* const tables[3],
                    const uint16_t* narrow);
+
+// Four-float pixels graded from in to out (which may be one); blue, green and red are the
+// channels' indices within a pixel.
+void GradeRow32f_C4(const float* in, float* out, int32_t width, int32_t blue, int32_t green,
+                    int32_t red, const FloatGradeSpec& grade);
 
 }  // namespace vitrella::kernels::vector

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <numbers>
 #include <random>
 #include <vector>
 
@@ -90,6 +93,111 @@ TEST_P(GradeAndMask, GradeMovesTowardsLumaThenLooksUpEachChannel) {
             kNullPointer);
   EXPECT_EQ(GradeChannels8u_C4(View(pixels, 4, 1, 4), View(pixels, 4, 1, 4), {0, 1, 1}, {}),
             kBadChannel);
+}
+
+// Floats through every combination of the three stages, in both channel orders and in
+// place, against the stages written out, with the curve as the scalar UnitClarityCurve
+// computes it, to the bit on every path; values beyond 0..1 come in too, and a negative
+// tint that cuts its whole range.
+TEST_P(GradeAndMask, FloatGradeRunsItsStagesByTheFormulas) {
+  std::mt19937 random(5);
+  std::uniform_real_distribution<float> value(-0.25f, 1.25f);
+  const auto limit = [](float v) { return std::clamp(v, 0.0f, 1.0f); };
+  const auto tint = [](float in, float a) {
+    if (a >= 0.0f) return (1.0f - a * 0.5f) * in + a * 0.5f;
+    const float h = a * -0.5f;
+    if (in < h) return 0.0f;
+    const float room = 1.0f - h;
+    return (in - h) * (1.0f / (room == 0.0f ? 0.0000001f : room));
+  };
+  for (int stages = 1; stages < 8; ++stages) {
+    FloatGradeSpec grade;
+    grade.move = (stages & 1) != 0;
+    grade.keep = 0.9f;
+    grade.toward = -0.4f;
+    grade.weightBlue = 0.113f;
+    grade.weightGreen = 0.586f;
+    grade.weightRed = 0.298f;
+    grade.curve = (stages & 2) != 0;
+    grade.exponent = 0.81f;
+    grade.clarity = 0.37f;
+    grade.tint = (stages & 4) != 0;
+    grade.tintBlue = 0.6f;
+    grade.tintGreen = -0.7f;
+    grade.tintRed = -2.0f;
+    for (ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
+      const int alpha = 6 - at.blue - at.green - at.red;
+      for (int32_t width : {1, 7, 33, 50}) {
+        std::vector<float> src(static_cast<size_t>(width) * 4 * 2);
+        for (float& v : src)
+          v = value(random);
+        std::vector<float> dst(src.size(), -9.0f);
+        const auto view = [&](std::vector<float>& f) {
+          return ImageView{reinterpret_cast<uint8_t*>(f.data()), width * 16, width, 2};
+        };
+        ASSERT_EQ(GradeChannels32f_C4(view(src), view(dst), at, grade), kOk);
+        for (size_t p = 0; p < src.size(); p += 4) {
+          float c[3] = {src[p + at.blue], src[p + at.green], src[p + at.red]};
+          if (grade.move) {
+            const float luma = c[0] * 0.113f + c[1] * 0.586f + c[2] * 0.298f;
+            for (float& v : c)
+              v = limit((v * 0.9f + luma * -0.4f) * 2.0f);
+          }
+          if (grade.curve) {
+            for (float& v : c)
+              v = limit(UnitClarityCurve(v, 0.81f, 0.37f));
+          }
+          if (grade.tint) {
+            c[0] = limit(tint(c[0], 0.6f));
+            c[1] = limit(tint(c[1], -0.7f));
+            c[2] = limit(tint(c[2], -2.0f));
+          }
+          for (int k = 0; k < 3; ++k) {
+            const int32_t at3[3] = {at.blue, at.green, at.red};
+            ASSERT_EQ(dst[p + static_cast<size_t>(at3[k])], c[k])
+                << "stages " << stages << " channel " << k << " at " << p;
+          }
+          ASSERT_EQ(dst[p + static_cast<size_t>(alpha)], src[p + static_cast<size_t>(alpha)]);
+        }
+        std::vector<float> inPlace = src;
+        ASSERT_EQ(GradeChannels32f_C4(view(inPlace), view(inPlace), at, grade), kOk);
+        EXPECT_EQ(std::memcmp(inPlace.data(), dst.data(), dst.size() * sizeof(float)), 0);
+      }
+    }
+  }
+  std::vector<float> pixels(16);
+  const ImageView four{reinterpret_cast<uint8_t*>(pixels.data()), 64, 4, 1};
+  EXPECT_EQ(GradeChannels32f_C4(four, four, {0, 1, 1}, {}), kBadChannel);
+  EXPECT_EQ(GradeChannels32f_C4({}, four, {0, 1, 2}, {}), kNullPointer);
+}
+
+// The float grade's own curve against the curve in doubles, over 0..1 finely and the
+// exponents and clarities that the grades give; beyond 0..1 it takes the nearer end. The
+// bound is two steps of a float at 1; the maths library's own powf and sinf give 1.4e-7
+// here, and a level of 16 bits is 1.5e-5.
+TEST(ClarityCurve, PolynomialsStayWithinTwoFloatStepsOfTheExactCurve) {
+  const auto exact = [](double x, double e, double clarity) {
+    const double p = std::pow(x, e);
+    return (std::sin(p * std::numbers::pi - std::numbers::pi / 2) + 1) * 0.5 * clarity +
+           (1 - clarity) * p;
+  };
+  for (float e : {0.5f, 0.7071068f, 0.95f, 1.0f, 1.3f, 2.0f}) {
+    for (float clarity : {0.0f, 0.1951f, 0.5f, 1.0f}) {
+      double worst = 0;
+      for (int i = 0; i <= 1 << 20; ++i) {
+        const float x = static_cast<float>(i) / static_cast<float>(1 << 20);
+        worst = std::max(worst, std::abs(UnitClarityCurve(x, e, clarity) - exact(x, e, clarity)));
+      }
+      for (float x = 1e-30f; x < 1e-3f; x *= 1.37f)  // the deep shadows
+        worst = std::max(worst, std::abs(UnitClarityCurve(x, e, clarity) - exact(x, e, clarity)));
+      EXPECT_LE(worst, 2.5e-7) << "exponent " << e << " clarity " << clarity;
+      EXPECT_EQ(UnitClarityCurve(-3.0f, e, clarity), UnitClarityCurve(0.0f, e, clarity));
+      EXPECT_EQ(UnitClarityCurve(std::numeric_limits<float>::quiet_NaN(), e, clarity),
+                UnitClarityCurve(0.0f, e, clarity));
+      EXPECT_EQ(UnitClarityCurve(7.5f, e, clarity), UnitClarityCurve(1.0f, e, clarity));
+      EXPECT_EQ(UnitClarityCurve(1.0f, e, 0.0f), 1.0f);
+    }
+  }
 }
 
 TEST_P(GradeAndMask, BytesMixThroughTheMaskByTheFormula) {
