@@ -153,45 +153,64 @@ class CurveOfUnit {
         clarity_(hn::Set(d, clarity)),
         rest_(hn::Set(d, 1.0f - clarity)) {}
 
-  HWY_INLINE V operator()(V x) const {
+  // Three vectors at once, step by step, so that their three chains of dependent steps
+  // interleave: one chain alone leaves most of the processor's units waiting.
+  template <int kN>
+  HWY_INLINE void operator()(V (&v)[kN]) const {
     using namespace curve_terms;
     const hn::RebindToSigned<D> di;
+    using VI = hn::Vec<decltype(di)>;
     const V zero = hn::Zero(d_);
     const V one = hn::Set(d_, 1.0f);
-    const V u = hn::IfThenElse(hn::Gt(x, zero), hn::IfThenElse(hn::Lt(one, x), one, x), zero);
-    const auto bits = hn::BitCast(di, u);
-    const auto mantissa = hn::And(bits, hn::Set(di, 0x7FFFFF));
-    const auto halve =
-        hn::IfThenElseZero(hn::Gt(mantissa, hn::Set(di, kSqrt2Mantissa)), hn::Set(di, 1));
-    const V m = hn::BitCast(
-        d_, hn::Or(mantissa, hn::Sub(hn::Set(di, 0x3F800000), hn::ShiftLeft<23>(halve))));
-    const V k =
-        hn::ConvertTo(d_, hn::Add(hn::Sub(hn::ShiftRight<23>(bits), hn::Set(di, 127)), halve));
-    const V t = hn::Div(hn::Sub(m, one), hn::Add(m, one));
-    const V t2 = hn::Mul(t, t);
-    V series = hn::Mul(t2, hn::Set(d_, kLog[4]));
-    series = hn::Mul(t2, hn::Add(hn::Set(d_, kLog[3]), series));
-    series = hn::Mul(t2, hn::Add(hn::Set(d_, kLog[2]), series));
-    series = hn::Mul(t2, hn::Add(hn::Set(d_, kLog[1]), series));
-    const V log = hn::Add(k, hn::Mul(hn::Mul(t, hn::Set(d_, kLog[0])), hn::Add(one, series)));
-    const V y = hn::Mul(exponent_, log);
+    V u[kN], m[kN], k[kN], t[kN], t2[kN], series[kN], y[kN], rounded[kN], f[kN], e2[kN], p[kN],
+        z[kN], z2[kN];
+    V s[kN];
+    VI bits[kN], mantissa[kN], halve[kN];
+#define VITRELLA_EACH _Pragma("GCC unroll 6") for (int j = 0; j < kN; ++j)
+    VITRELLA_EACH u[j] =
+        hn::IfThenElse(hn::Gt(v[j], zero), hn::IfThenElse(hn::Lt(one, v[j]), one, v[j]), zero);
+    VITRELLA_EACH bits[j] = hn::BitCast(di, u[j]);
+    VITRELLA_EACH mantissa[j] = hn::And(bits[j], hn::Set(di, 0x7FFFFF));
+    VITRELLA_EACH halve[j] =
+        hn::IfThenElseZero(hn::Gt(mantissa[j], hn::Set(di, kSqrt2Mantissa)), hn::Set(di, 1));
+    VITRELLA_EACH m[j] = hn::BitCast(
+        d_, hn::Or(mantissa[j], hn::Sub(hn::Set(di, 0x3F800000), hn::ShiftLeft<23>(halve[j]))));
+    VITRELLA_EACH k[j] = hn::ConvertTo(
+        d_, hn::Add(hn::Sub(hn::ShiftRight<23>(bits[j]), hn::Set(di, 127)), halve[j]));
+    VITRELLA_EACH t[j] = hn::Div(hn::Sub(m[j], one), hn::Add(m[j], one));
+    VITRELLA_EACH t2[j] = hn::Mul(t[j], t[j]);
+    VITRELLA_EACH series[j] = hn::Mul(t2[j], hn::Set(d_, kLog[4]));
+    for (int i = 3; i >= 1; --i) {
+      VITRELLA_EACH series[j] = hn::Mul(t2[j], hn::Add(hn::Set(d_, kLog[i]), series[j]));
+    }
+    VITRELLA_EACH y[j] = hn::Mul(
+        exponent_,
+        hn::Add(k[j], hn::Mul(hn::Mul(t[j], hn::Set(d_, kLog[0])), hn::Add(one, series[j]))));
     const V roundAt = hn::Set(d_, kRound);
-    const V rounded = hn::Add(y, roundAt);
-    const V f = hn::Sub(y, hn::Sub(rounded, roundAt));
-    V e2 = hn::Set(d_, kExp[7]);
-    for (int i = 6; i >= 0; --i)
-      e2 = hn::Add(hn::Set(d_, kExp[i]), hn::Mul(f, e2));
-    const auto n = hn::Sub(hn::BitCast(di, rounded), hn::Set(di, kRoundBits));
-    const V scaled = hn::BitCast(d_, hn::Add(hn::BitCast(di, e2), hn::ShiftLeft<23>(n)));
-    const V p = hn::IfThenElseZero(
-        hn::And(hn::Gt(u, zero), hn::Ge(y, hn::Set(d_, kLowestExponent))), scaled);
-    const V z = hn::Sub(hn::Mul(p, hn::Set(d_, 3.1415927f)), hn::Set(d_, 1.5707964f));
-    const V z2 = hn::Mul(z, z);
-    V s = hn::Set(d_, kSin[6]);
-    for (int i = 5; i >= 0; --i)
-      s = hn::Add(hn::Set(d_, kSin[i]), hn::Mul(z2, s));
-    const V wave = hn::Mul(hn::Mul(hn::Add(hn::Mul(z, s), one), hn::Set(d_, 0.5f)), clarity_);
-    return hn::Add(wave, hn::Mul(rest_, p));
+    VITRELLA_EACH rounded[j] = hn::Add(y[j], roundAt);
+    VITRELLA_EACH f[j] = hn::Sub(y[j], hn::Sub(rounded[j], roundAt));
+    VITRELLA_EACH e2[j] = hn::Set(d_, kExp[7]);
+    for (int i = 6; i >= 0; --i) {
+      VITRELLA_EACH e2[j] = hn::Add(hn::Set(d_, kExp[i]), hn::Mul(f[j], e2[j]));
+    }
+    VITRELLA_EACH {
+      const VI n = hn::Sub(hn::BitCast(di, rounded[j]), hn::Set(di, kRoundBits));
+      const V scaled = hn::BitCast(d_, hn::Add(hn::BitCast(di, e2[j]), hn::ShiftLeft<23>(n)));
+      p[j] = hn::IfThenElseZero(
+          hn::And(hn::Gt(u[j], zero), hn::Ge(y[j], hn::Set(d_, kLowestExponent))), scaled);
+    }
+    VITRELLA_EACH z[j] = hn::Sub(hn::Mul(p[j], hn::Set(d_, 3.1415927f)), hn::Set(d_, 1.5707964f));
+    VITRELLA_EACH z2[j] = hn::Mul(z[j], z[j]);
+    VITRELLA_EACH s[j] = hn::Set(d_, kSin[6]);
+    for (int i = 5; i >= 0; --i) {
+      VITRELLA_EACH s[j] = hn::Add(hn::Set(d_, kSin[i]), hn::Mul(z2[j], s[j]));
+    }
+    VITRELLA_EACH {
+      const V wave =
+          hn::Mul(hn::Mul(hn::Add(hn::Mul(z[j], s[j]), one), hn::Set(d_, 0.5f)), clarity_);
+      v[j] = hn::Add(wave, hn::Mul(rest_, p[j]));
+    }
+#undef VITRELLA_EACH
   }
 
  private:
@@ -235,39 +254,48 @@ void GradeRow32f_C4(const float* in, float* out, int32_t width, int32_t blue, in
   };
   const CurveOfUnit<decltype(d)> curve(d, grade.exponent, grade.clarity);
   const int32_t alpha = 6 - blue - green - red;
-  int32_t x = 0;
-  for (; x + lanes <= width; x += lanes) {
-    V c[4];
-    hn::LoadInterleaved4(d, in + 4 * x, c[0], c[1], c[2], c[3]);
-    V b = c[blue];
-    V g = c[green];
-    V r = c[red];
+  // kBlocks vectors of pixels at a time, their colours side by side through each stage.
+  const auto blocks = [&]<int kBlocks>(int32_t at) {
+    V c[kBlocks][4];
+    V colours[3 * kBlocks];
+    for (int i = 0; i < kBlocks; ++i) {
+      hn::LoadInterleaved4(d, in + 4 * (at + i * lanes), c[i][0], c[i][1], c[i][2], c[i][3]);
+      colours[3 * i] = c[i][blue];
+      colours[3 * i + 1] = c[i][green];
+      colours[3 * i + 2] = c[i][red];
+    }
     if (grade.move) {
-      const V luma = hn::Add(hn::Add(hn::Mul(b, wBlue), hn::Mul(g, wGreen)), hn::Mul(r, wRed));
-      const auto move = [&](V v) {
-        return limit(hn::Mul(hn::Add(hn::Mul(v, keep), hn::Mul(luma, toward)), two));
-      };
-      b = move(b);
-      g = move(g);
-      r = move(r);
+      for (int i = 0; i < kBlocks; ++i) {
+        V* bgr = colours + 3 * i;
+        const V luma = hn::Add(hn::Add(hn::Mul(bgr[0], wBlue), hn::Mul(bgr[1], wGreen)),
+                               hn::Mul(bgr[2], wRed));
+        for (int j = 0; j < 3; ++j)
+          bgr[j] = limit(hn::Mul(hn::Add(hn::Mul(bgr[j], keep), hn::Mul(luma, toward)), two));
+      }
     }
     if (grade.curve) {
-      b = limit(curve(b));
-      g = limit(curve(g));
-      r = limit(curve(r));
+      curve(colours);
+      for (V& v : colours)
+        v = limit(v);
     }
     if (grade.tint) {
-      b = tint(b, tints[0]);
-      g = tint(g, tints[1]);
-      r = tint(r, tints[2]);
+      for (int j = 0; j < 3 * kBlocks; ++j)
+        colours[j] = tint(colours[j], tints[j % 3]);
     }
-    V o[4];
-    o[alpha] = c[alpha];
-    o[blue] = b;
-    o[green] = g;
-    o[red] = r;
-    hn::StoreInterleaved4(o[0], o[1], o[2], o[3], d, out + 4 * x);
-  }
+    for (int i = 0; i < kBlocks; ++i) {
+      V o[4];
+      o[alpha] = c[i][alpha];
+      o[blue] = colours[3 * i];
+      o[green] = colours[3 * i + 1];
+      o[red] = colours[3 * i + 2];
+      hn::StoreInterleaved4(o[0], o[1], o[2], o[3], d, out + 4 * (at + i * lanes));
+    }
+  };
+  int32_t x = 0;
+  for (; x + 2 * lanes <= width; x += 2 * lanes)
+    blocks.template operator()<2>(x);
+  for (; x + lanes <= width; x += lanes)
+    blocks.template operator()<1>(x);
   for (; x < width; ++x) {
     const float* p = in + 4 * x;
     float* q = out + 4 * x;
