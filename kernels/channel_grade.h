@@ -3,12 +3,12 @@
 // the same move, a curve and a tint, computed per value. Alpha is copied.
 #pragma once
 
-#include <bit>
 #include <cmath>
 #include <cstdint>
 
 #include "kernels/gray.h"
 #include "kernels/image.h"
+#include "kernels/unit_maths.h"
 
 namespace vitrella::kernels {
 
@@ -94,62 +94,24 @@ inline float ClarityCurve(float x, float exponent, float clarity) {
 // 0): the power and the sine by polynomials in plain multiplies and adds, which the vector
 // rows compute alike lane by lane, so that every path gives the same bits. Within 2e-7 of
 // the exact curve for exponents of 0.5 to 2.
-namespace curve_terms {
-// log2 of a mantissa m in [sqrt(1/2), sqrt(2)): t = (m - 1) / (m + 1), and
-// log2 m = t 2 / ln 2 (1 + t^2 / 3 + t^4 / 5 + t^6 / 7 + t^8 / 9).
-inline constexpr float kLog[5] = {2.8853900817779268f, 1.0f / 3, 1.0f / 5, 1.0f / 7, 1.0f / 9};
-// 2^f for f in [-1/2, 1/2]: sum of (f ln 2)^i / i! to i = 7.
-inline constexpr float kExp[8] = {1.0f,
-                                  0.69314718055994531f,
-                                  0.24022650695910071f,
-                                  0.055504108664821580f,
-                                  0.0096181291076284772f,
-                                  0.0013333558146428443f,
-                                  0.00015403530393381609f,
-                                  1.5252733804059841e-05f};
 // sin z for z in [-pi/2, pi/2]: sum of (-1)^i z^(2i+1) / (2i+1)! to z^13.
-inline constexpr float kSin[7] = {1.0f,
-                                  -0.16666666666666667f,
-                                  0.0083333333333333333f,
-                                  -0.00019841269841269841f,
-                                  2.7557319223985891e-06f,
-                                  -2.5052108385441719e-08f,
-                                  1.6059043836821613e-10f};
-// Adding it rounds a float of magnitude below 2^22 to a whole number, ties to even, and
-// leaves that number in the low bits of the sum.
-inline constexpr float kRound = 12582912.0f;  // 1.5 * 2^23
-inline constexpr int32_t kRoundBits = 0x4B400000;
-// Mantissas above sqrt(2) are halved, and exponents below this give a power of 0.
-inline constexpr int32_t kSqrt2Mantissa = 0x3504F3;
-inline constexpr float kLowestExponent = -125.0f;
-}  // namespace curve_terms
+inline constexpr float kCurveSine[7] = {1.0f,
+                                        -0.16666666666666667f,
+                                        0.0083333333333333333f,
+                                        -0.00019841269841269841f,
+                                        2.7557319223985891e-06f,
+                                        -2.5052108385441719e-08f,
+                                        1.6059043836821613e-10f};
 
 inline float UnitClarityCurve(float x, float exponent, float clarity) {
-  using namespace curve_terms;
   const float u = x > 0.0f ? (1.0f < x ? 1.0f : x) : 0.0f;
-  const auto bits = std::bit_cast<int32_t>(u);
-  const int32_t mantissa = bits & 0x7FFFFF;
-  const int32_t halve = mantissa > kSqrt2Mantissa ? 1 : 0;
-  const float m = std::bit_cast<float>(mantissa | (0x3F800000 - (halve << 23)));
-  const auto k = static_cast<float>((bits >> 23) - 127 + halve);
-  const float t = (m - 1.0f) / (m + 1.0f);
-  const float t2 = t * t;
-  const float series = t2 * (kLog[1] + t2 * (kLog[2] + t2 * (kLog[3] + t2 * kLog[4])));
-  const float y = exponent * (k + t * kLog[0] * (1.0f + series));
-  const float rounded = y + kRound;
-  const float f = y - (rounded - kRound);
-  float e2 = kExp[7];
-  for (int i = 6; i >= 0; --i)
-    e2 = kExp[i] + f * e2;
-  const int32_t n = std::bit_cast<int32_t>(rounded) - kRoundBits;
-  const float p = (u > 0.0f && y >= kLowestExponent)
-                      ? std::bit_cast<float>(std::bit_cast<int32_t>(e2) + n * (1 << 23))
-                      : 0.0f;
+  const float y = exponent * unit_maths::Log2(u);
+  const float p = u > 0.0f ? unit_maths::Exp2(y) : 0.0f;
   const float z = p * 3.1415927f - 1.5707964f;
   const float z2 = z * z;
-  float s = kSin[6];
+  float s = kCurveSine[6];
   for (int i = 5; i >= 0; --i)
-    s = kSin[i] + z2 * s;
+    s = kCurveSine[i] + z2 * s;
   return (z * s + 1.0f) * 0.5f * clarity + (1.0f - clarity) * p;
 }
 

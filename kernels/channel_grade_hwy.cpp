@@ -8,6 +8,7 @@
 
 #include "kernels/channel_grade.h"
 #include "kernels/channel_grade_hwy.h"
+#include "kernels/unit_maths-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vitrella::kernels::HWY_NAMESPACE {
@@ -157,53 +158,22 @@ class CurveOfUnit {
   // interleave: one chain alone leaves most of the processor's units waiting.
   template <int kN>
   HWY_INLINE void operator()(V (&v)[kN]) const {
-    using namespace curve_terms;
-    const hn::RebindToSigned<D> di;
-    using VI = hn::Vec<decltype(di)>;
     const V zero = hn::Zero(d_);
     const V one = hn::Set(d_, 1.0f);
-    V u[kN], m[kN], k[kN], t[kN], t2[kN], series[kN], y[kN], rounded[kN], f[kN], e2[kN], p[kN],
-        z[kN], z2[kN];
-    V s[kN];
-    VI bits[kN], mantissa[kN], halve[kN];
-#define VITRELLA_EACH _Pragma("GCC unroll 6") for (int j = 0; j < kN; ++j)
+    V u[kN], p[kN], z[kN], z2[kN], s[kN];
+#define VITRELLA_EACH _Pragma("GCC unroll 8") for (int j = 0; j < kN; ++j)
     VITRELLA_EACH u[j] =
         hn::IfThenElse(hn::Gt(v[j], zero), hn::IfThenElse(hn::Lt(one, v[j]), one, v[j]), zero);
-    VITRELLA_EACH bits[j] = hn::BitCast(di, u[j]);
-    VITRELLA_EACH mantissa[j] = hn::And(bits[j], hn::Set(di, 0x7FFFFF));
-    VITRELLA_EACH halve[j] =
-        hn::IfThenElseZero(hn::Gt(mantissa[j], hn::Set(di, kSqrt2Mantissa)), hn::Set(di, 1));
-    VITRELLA_EACH m[j] = hn::BitCast(
-        d_, hn::Or(mantissa[j], hn::Sub(hn::Set(di, 0x3F800000), hn::ShiftLeft<23>(halve[j]))));
-    VITRELLA_EACH k[j] = hn::ConvertTo(
-        d_, hn::Add(hn::Sub(hn::ShiftRight<23>(bits[j]), hn::Set(di, 127)), halve[j]));
-    VITRELLA_EACH t[j] = hn::Div(hn::Sub(m[j], one), hn::Add(m[j], one));
-    VITRELLA_EACH t2[j] = hn::Mul(t[j], t[j]);
-    VITRELLA_EACH series[j] = hn::Mul(t2[j], hn::Set(d_, kLog[4]));
-    for (int i = 3; i >= 1; --i) {
-      VITRELLA_EACH series[j] = hn::Mul(t2[j], hn::Add(hn::Set(d_, kLog[i]), series[j]));
-    }
-    VITRELLA_EACH y[j] = hn::Mul(
-        exponent_,
-        hn::Add(k[j], hn::Mul(hn::Mul(t[j], hn::Set(d_, kLog[0])), hn::Add(one, series[j]))));
-    const V roundAt = hn::Set(d_, kRound);
-    VITRELLA_EACH rounded[j] = hn::Add(y[j], roundAt);
-    VITRELLA_EACH f[j] = hn::Sub(y[j], hn::Sub(rounded[j], roundAt));
-    VITRELLA_EACH e2[j] = hn::Set(d_, kExp[7]);
-    for (int i = 6; i >= 0; --i) {
-      VITRELLA_EACH e2[j] = hn::Add(hn::Set(d_, kExp[i]), hn::Mul(f[j], e2[j]));
-    }
-    VITRELLA_EACH {
-      const VI n = hn::Sub(hn::BitCast(di, rounded[j]), hn::Set(di, kRoundBits));
-      const V scaled = hn::BitCast(d_, hn::Add(hn::BitCast(di, e2[j]), hn::ShiftLeft<23>(n)));
-      p[j] = hn::IfThenElseZero(
-          hn::And(hn::Gt(u[j], zero), hn::Ge(y[j], hn::Set(d_, kLowestExponent))), scaled);
-    }
+    VITRELLA_EACH p[j] = u[j];
+    Log2Lanes(d_, p);
+    VITRELLA_EACH p[j] = hn::Mul(exponent_, p[j]);
+    Exp2Lanes(d_, p);
+    VITRELLA_EACH p[j] = hn::IfThenElseZero(hn::Gt(u[j], zero), p[j]);
     VITRELLA_EACH z[j] = hn::Sub(hn::Mul(p[j], hn::Set(d_, 3.1415927f)), hn::Set(d_, 1.5707964f));
     VITRELLA_EACH z2[j] = hn::Mul(z[j], z[j]);
-    VITRELLA_EACH s[j] = hn::Set(d_, kSin[6]);
+    VITRELLA_EACH s[j] = hn::Set(d_, kCurveSine[6]);
     for (int i = 5; i >= 0; --i) {
-      VITRELLA_EACH s[j] = hn::Add(hn::Set(d_, kSin[i]), hn::Mul(z2[j], s[j]));
+      VITRELLA_EACH s[j] = hn::Add(hn::Set(d_, kCurveSine[i]), hn::Mul(z2[j], s[j]));
     }
     VITRELLA_EACH {
       const V wave =

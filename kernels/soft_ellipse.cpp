@@ -8,11 +8,6 @@
 namespace vitrella::kernels {
 namespace {
 
-float Falloff(const SoftEllipseShape& s, float distance) {
-  const float t = (distance + s.feather * 0.5f) * s.falloff * 1.1f;
-  return std::pow(2.71828f, -(t * t));
-}
-
 // Pixels at a time: the distances of a run wait on the stack for their bytes.
 constexpr int32_t kRun = 256;
 
@@ -25,10 +20,10 @@ SoftEllipseBands::SoftEllipseBands(const SoftEllipseShape& shape) {
   start = -0.5f * shape.feather;
   binsPerPixel = static_cast<float>(bins) / length;
   bytes.assign(static_cast<size_t>(bins), 255);
-  float endValue = Falloff(shape, start) * 255.0f;
+  float endValue = SoftEllipseFalloff(shape, start) * 255.0f;
   for (int32_t i = 0; i < bins; ++i) {
     const float startValue = endValue;
-    endValue = Falloff(shape, start + static_cast<float>(i + 1) / binsPerPixel) * 255.0f;
+    endValue = SoftEllipseFalloff(shape, start + static_cast<float>(i + 1) / binsPerPixel) * 255.0f;
     // Both ends in one byte and clear of its bounds: every distance between gives it.
     const float level = std::floor(startValue);
     if (level == std::floor(endValue) && startValue - level < 0.999f && endValue - level > 0.001f &&
@@ -75,8 +70,7 @@ Status SoftEllipseRow32f(const SoftEllipseShape& shape, int32_t y, int32_t begin
     const int32_t count = std::min(kRun, end - x);
     float* row = out + (x - begin);
     vector::SoftEllipseDistances(shape, yy, x, count, row);
-    for (int32_t i = 0; i < count; ++i)
-      row[i] = SoftEllipseValue(shape, row[i]);
+    vector::SoftEllipseValues(shape, row, count);
   }
   return kOk;
 }

@@ -9,6 +9,7 @@
 #include "hwy/contrib/math/math-inl.h"
 #include "kernels/soft_ellipse.h"
 #include "kernels/soft_ellipse_hwy.h"
+#include "kernels/unit_maths-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vitrella::kernels::HWY_NAMESPACE {
@@ -113,7 +114,7 @@ void SoftEllipseSettle(const SoftEllipseShape& s, const float* distances, int32_
     const auto doubt = hn::PromoteTo(di, hn::LoadU(d8, unsure + i));
     if (hn::AllTrue(di, hn::Eq(doubt, hn::Zero(di)))) continue;
     const auto d = hn::LoadU(df, distances + i);
-    // SoftEllipseValue's t, in its order of operations.
+    // SoftEllipseFalloff's t, in its order of operations.
     const auto t = hn::Mul(hn::Mul(hn::Add(d, half), falloff), widen);
     const auto value = hn::CallExp(df, hn::Mul(hn::Neg(hn::Mul(t, t)), logBase));
     const auto b = hn::Mul(value, scale);
@@ -129,6 +130,38 @@ void SoftEllipseSettle(const SoftEllipseShape& s, const float* distances, int32_
   }
 }
 
+// Two vectors at a time through the power, so that their chains of steps interleave; the
+// last few values go through SoftEllipseValue itself.
+void SoftEllipseValues(const SoftEllipseShape& s, float* distances, int32_t count) {
+  const hn::ScalableTag<float> df;
+  using V = hn::Vec<decltype(df)>;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+  const V feather = hn::Set(df, s.feather);
+  const V inside = hn::Set(df, -0.5f * s.feather);
+  const V half = hn::Set(df, s.feather * 0.5f);
+  const V falloff = hn::Set(df, s.falloff);
+  const V widen = hn::Set(df, 1.1f);
+  const V logBase = hn::Set(df, kSoftEllipseLog2Base);
+  const V one = hn::Set(df, 1.0f);
+  int32_t i = 0;
+  for (; i + 2 * lanes <= count; i += 2 * lanes) {
+    V d[2] = {hn::LoadU(df, distances + i), hn::LoadU(df, distances + i + lanes)};
+    V power[2];
+    for (int j = 0; j < 2; ++j) {
+      const V t = hn::Mul(hn::Mul(hn::Add(d[j], half), falloff), widen);
+      power[j] = hn::Mul(hn::Neg(hn::Mul(t, t)), logBase);
+    }
+    Exp2Lanes(df, power);
+    for (int j = 0; j < 2; ++j) {
+      const V value = hn::IfThenElse(hn::Le(d[j], inside), one, power[j]);
+      // Lt is false for NaN, which gives 0 as the plain formula does.
+      hn::StoreU(hn::IfThenElseZero(hn::Lt(d[j], feather), value), df, distances + i + j * lanes);
+    }
+  }
+  for (; i < count; ++i)
+    distances[i] = SoftEllipseValue(s, distances[i]);
+}
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -138,6 +171,11 @@ namespace vitrella::kernels::vector {
 HWY_EXPORT(SoftEllipseDistances);
 HWY_EXPORT(SoftEllipseBytes);
 HWY_EXPORT(SoftEllipseSettle);
+HWY_EXPORT(SoftEllipseValues);
+
+void SoftEllipseValues(const SoftEllipseShape& shape, float* distances, int32_t count) {
+  HWY_DYNAMIC_DISPATCH(SoftEllipseValues)(shape, distances, count);
+}
 
 void SoftEllipseSettle(const SoftEllipseShape& shape, const float* distances, int32_t count,
                        uint8_t* out, uint8_t* unsure) {

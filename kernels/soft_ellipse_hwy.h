@@ -22,4 +22,7 @@ void SoftEllipseBytes(const SoftEllipseShape& shape, const SoftEllipseBands& ban
 void SoftEllipseSettle(const SoftEllipseShape& shape, const float* distances, int32_t count,
                        uint8_t* out, uint8_t* unsure);
 
+// The float mask's values from the distances, in place, as SoftEllipseValue gives them.
+void SoftEllipseValues(const SoftEllipseShape& shape, float* distances, int32_t count);
+
 }  // namespace vitrella::kernels::vector

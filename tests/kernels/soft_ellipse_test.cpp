@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -61,6 +62,27 @@ TEST_P(SoftEllipseRows, GiveWhatTheFormulaGivesToTheBit) {
             << "row " << y << " pixel " << begin + i;
       }
     }
+  }
+}
+
+// The float mask's own power against the maths library's across the band of feathers from
+// a pixel to a frame's width; the bound is two steps of a float at 1.
+TEST(SoftEllipseValue, FollowsTheLibrarysFalloffAcrossTheBand) {
+  for (float feather : {1.0f, 7.5f, 120.0f, 1344.0f}) {
+    SoftEllipseShape shape;
+    shape.feather = feather;
+    shape.falloff = 2.0f / (feather * 1.5f);
+    double worst = 0;
+    for (int i = 0; i <= 100000; ++i) {
+      const float distance = feather * (-0.5f + 1.5f * static_cast<float>(i) / 100000.0f);
+      if (!(distance < feather) || distance <= -0.5f * feather) continue;
+      worst = std::max(worst, std::abs(static_cast<double>(SoftEllipseValue(shape, distance)) -
+                                       SoftEllipseFalloff(shape, distance)));
+    }
+    EXPECT_LE(worst, 2.4e-7) << "feather " << feather;
+    EXPECT_EQ(SoftEllipseValue(shape, feather), 0.0f);
+    EXPECT_EQ(SoftEllipseValue(shape, -0.5f * feather), 1.0f);
+    EXPECT_EQ(SoftEllipseValue(shape, std::numeric_limits<float>::quiet_NaN()), 0.0f);
   }
 }
 
