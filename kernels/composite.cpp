@@ -132,13 +132,16 @@ Status ThroughMaskRows(ConstImageView foreground, ImageView background, ConstIma
     const T* f = foreground.Row<const T>(y);
     T* b = background.Row<T>(y);
     const T* m = mask.Row<const T>(y);
-    if constexpr (std::is_same_v<T, uint8_t>) {
-      if (!UseReferenceKernels()) {
+    int32_t done = 0;
+    if (!UseReferenceKernels()) {
+      if constexpr (std::is_same_v<T, uint8_t>) {
         vector::ThroughMaskRow8u_C4(f, b, m, size.width, alpha);
         continue;
+      } else {
+        done = vector::ThroughMaskRow32f_C4(f, b, m, size.width, alpha);
       }
     }
-    for (int32_t x = 0; x < size.width; ++x)
+    for (int32_t x = done; x < size.width; ++x)
       ThroughMask(f + 4 * x, b + 4 * x, m[x], alpha);
   }
   return kOk;

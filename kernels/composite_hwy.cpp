@@ -57,6 +57,39 @@ void ThroughMaskRow8u_C4(const uint8_t* fg, uint8_t* bg, const uint8_t* mask, in
   }
 }
 
+// Each channel in a vector of its own. The products that a mask of 0 or 1 drops are
+// dropped by selection, as the plain loop skips them, so that what the foreground holds
+// under a mask of 0 (or the background under 1) does not come through; the limits at 1
+// are std::min's, which takes 1 for NaN.
+int32_t ThroughMaskRow32f_C4(const float* fg, float* bg, const float* mask, int32_t width,
+                             int32_t alpha) {
+  const hn::ScalableTag<float> d;
+  using V = hn::Vec<decltype(d)>;
+  const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+  const V zero = hn::Zero(d);
+  const V one = hn::Set(d, 1.0f);
+  const auto atMost1 = [&](V v) { return hn::IfThenElse(hn::Lt(v, one), v, one); };
+  int32_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    V f[4];
+    V b[4];
+    hn::LoadInterleaved4(d, fg + 4 * x, f[0], f[1], f[2], f[3]);
+    hn::LoadInterleaved4(d, bg + 4 * x, b[0], b[1], b[2], b[3]);
+    const V m = hn::LoadU(d, mask + x);
+    const auto none = hn::Eq(m, zero);
+    const auto whole = hn::Eq(m, one);
+    const V t = atMost1(hn::Mul(b[alpha], hn::Sub(one, m)));
+    for (int c = 0; c < 4; ++c) {
+      if (c == alpha) continue;
+      const V front = hn::IfThenZeroElse(none, hn::Mul(f[c], m));
+      const V back = hn::IfThenZeroElse(whole, hn::Mul(b[c], t));
+      b[c] = atMost1(hn::Add(front, back));
+    }
+    hn::StoreInterleaved4(b[0], b[1], b[2], b[3], d, bg + 4 * x);
+  }
+  return x;
+}
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -68,6 +101,13 @@ HWY_EXPORT(ThroughMaskRow8u_C4);
 void ThroughMaskRow8u_C4(const uint8_t* fg, uint8_t* bg, const uint8_t* mask, int32_t width,
                          int32_t alpha) {
   HWY_DYNAMIC_DISPATCH(ThroughMaskRow8u_C4)(fg, bg, mask, width, alpha);
+}
+
+HWY_EXPORT(ThroughMaskRow32f_C4);
+
+int32_t ThroughMaskRow32f_C4(const float* fg, float* bg, const float* mask, int32_t width,
+                             int32_t alpha) {
+  return HWY_DYNAMIC_DISPATCH(ThroughMaskRow32f_C4)(fg, bg, mask, width, alpha);
 }
 
 }  // namespace vitrella::kernels::vector

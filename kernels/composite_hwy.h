@@ -9,4 +9,9 @@ namespace vitrella::kernels::vector {
 void ThroughMaskRow8u_C4(const uint8_t* fg, uint8_t* bg, const uint8_t* mask, int32_t width,
                          int32_t alpha);
 
+// Four-float pixels likewise, as many whole vectors of them as the row holds; returns how
+// many pixels it did, and the caller does the rest.
+int32_t ThroughMaskRow32f_C4(const float* fg, float* bg, const float* mask, int32_t width,
+                             int32_t alpha);
+
 }  // namespace vitrella::kernels::vector

@@ -226,6 +226,49 @@ TEST_P(GradeAndMask, BytesMixThroughTheMaskByTheFormula) {
   }
 }
 
+// Floats on every path against the formula to the bit: masks of 0 over a foreground of
+// NaN and of 1 over a background of NaN among random ones, values beyond 0..1 included.
+TEST_P(GradeAndMask, FloatsMixThroughTheMaskByTheFormula) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  std::mt19937 random(9);
+  std::uniform_real_distribution<float> value(-0.2f, 1.5f);
+  for (int32_t alpha : {0, 3}) {
+    for (int32_t width : {1, 7, 33, 130}) {
+      const auto count = static_cast<size_t>(width) * 2;
+      std::vector<float> fg(count * 4);
+      std::vector<float> bg(count * 4);
+      std::vector<float> mask(count);
+      for (size_t p = 0; p < count; ++p) {
+        mask[p] = p % 5 == 0 ? 0.0f : p % 5 == 1 ? 1.0f : std::clamp(value(random), 0.0f, 1.0f);
+        for (size_t c = 0; c < 4; ++c) {
+          fg[4 * p + c] = mask[p] == 0.0f && c != static_cast<size_t>(alpha) ? nan : value(random);
+          bg[4 * p + c] = mask[p] == 1.0f && c != static_cast<size_t>(alpha) ? nan : value(random);
+        }
+      }
+      const std::vector<float> before = bg;
+      const auto view = [&](std::vector<float>& v, int32_t channels) {
+        return ImageView{reinterpret_cast<uint8_t*>(v.data()), width * channels * 4, width, 2};
+      };
+      ASSERT_EQ(CompositeThroughMask32f_C4(view(fg, 4), view(bg, 4), view(mask, 1), alpha), kOk);
+      for (size_t p = 0; p < count; ++p) {
+        const float m = mask[p];
+        const float t = std::min(1.0f, before[4 * p + static_cast<size_t>(alpha)] * (1.0f - m));
+        for (size_t c = 0; c < 4; ++c) {
+          const size_t i = 4 * p + c;
+          float want = before[i];
+          if (c != static_cast<size_t>(alpha)) {
+            const float front = m == 0.0f ? 0.0f : fg[i] * m;
+            const float back = m == 1.0f ? 0.0f : before[i] * t;
+            want = std::min(1.0f, front + back);
+          }
+          ASSERT_EQ(std::memcmp(&bg[i], &want, sizeof want), 0)
+              << "width " << width << " pixel " << p << " channel " << c;
+        }
+      }
+    }
+  }
+}
+
 TEST(CompositeThroughMask, FloatsTakeTheSpotWhereFullAndNeverReadItWhereEmpty) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   // Pixel 0: mask 0, a foreground of NaN; pixel 1: mask 1, a background of NaN; pixel 2:
