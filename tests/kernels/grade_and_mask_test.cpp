@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -261,7 +262,7 @@ TEST_P(GradeAndMask, FloatsMixThroughTheMaskByTheFormula) {
             const float back = m == 1.0f ? 0.0f : before[i] * t;
             want = std::min(1.0f, front + back);
           }
-          ASSERT_EQ(std::memcmp(&bg[i], &want, sizeof want), 0)
+          ASSERT_EQ(std::bit_cast<uint32_t>(bg[i]), std::bit_cast<uint32_t>(want))
               << "width " << width << " pixel " << p << " channel " << c;
         }
       }
