@@ -308,8 +308,6 @@ struct Grade {
     const float neutral = swapped ? 0.0f : 0.5f;
     curve = clarity != 0.0f || brightness != neutral;
   }
-  float Curve(float x) const { return kernels::ClarityCurve(x, exponent, clarity); }
-  static float Tint(float in, float a) { return kernels::TintValue(in, a); }
 };
 
 // A grade in bytes: the saturation stage in integers, then the curve and the tint folded
@@ -330,13 +328,15 @@ class ByteGrade {
       if (g.curve) {
         // Truncation after adding a half in floats, by definition; lround differs where the
         // float sum itself rounds up.
+        const float level = kernels::ClarityCurve(x, g.exponent, g.clarity) * 255.0f;
         // NOLINTNEXTLINE(bugprone-incorrect-roundings)
-        curved = std::clamp(static_cast<int32_t>(g.Curve(x) * 255.0f + 0.5f), 0, 255);
+        curved = std::clamp(static_cast<int32_t>(level + 0.5f), 0, 255);
       }
       for (int c = 0; c < 3; ++c) {
         int32_t out = curved;
         if (tint) {
-          const float t = Grade::Tint(static_cast<float>(curved) * 0.003921569f, g.amounts[c]);
+          const float t =
+              kernels::TintValue(static_cast<float>(curved) * 0.003921569f, g.amounts[c]);
           out = std::clamp(static_cast<int32_t>(t * 255.0f), 0, 255);
         }
         table_[c][i] = out;  // red, green, blue

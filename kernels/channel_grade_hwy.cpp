@@ -154,8 +154,8 @@ class CurveOfUnit {
         clarity_(hn::Set(d, clarity)),
         rest_(hn::Set(d, 1.0f - clarity)) {}
 
-  // Three vectors at once, step by step, so that their three chains of dependent steps
-  // interleave: one chain alone leaves most of the processor's units waiting.
+  // kN vectors at once, step by step, so that their chains of dependent steps interleave:
+  // one chain alone leaves most of the processor's units waiting.
   template <int kN>
   HWY_INLINE void operator()(V (&v)[kN]) const {
     const V zero = hn::Zero(d_);
