@@ -173,11 +173,10 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
       kernels::kOk) {
     return false;
   }
-  // The column pass reads its lines along memory from a transposed copy, border and all.
-  FrameBuffer columns;
-  if (!columns.Allocate(height + 2 * kBorder, width + 2 * kBorder, pixelBytes, &setup.memory(),
-                        src.format, false) ||
-      kernels::TransposePixels(bordered.View(), columns.View(), pixelBytes) != kernels::kOk) {
+  // The column pass reads its lines along memory, transposed a strip at a time.
+  FrameBuffer strip;
+  if (!strip.Allocate(height + 2 * kBorder, StepStripRows(height, pixelBytes), pixelBytes,
+                      &setup.memory(), src.format, false)) {
     return false;
   }
   // The marks as rows of bits, from the library's own memory: its rows, of four-byte
@@ -195,8 +194,7 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
     return false;
   }
   const PixelLayout& layout = setup.srcLayout();
-  const StepSource source{&bordered,  &columns,     width,      height,
-                          layout.red, layout.green, layout.blue};
+  const StepSource source{&bordered, &strip, width, height, layout.red, layout.green, layout.blue};
   const StepMarks marks{rowMarks.Row<uint64_t>(0), rowMarks.pitch / 8, columnMarks.Row<uint64_t>(0),
                         columnMarks.pitch / 8};
   bool searched = false;

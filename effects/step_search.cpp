@@ -11,6 +11,7 @@
 #include "core/vector_clones.h"
 #include "kernels/bit_planes.h"
 #include "kernels/colour_run.h"
+#include "kernels/copy.h"
 #include "kernels/lane_match.h"
 
 namespace vitrella {
@@ -86,6 +87,20 @@ std::array<Move, 64> Moves(bool alongRows, bool softenLines) {
     m.offset = static_cast<int8_t>(alongRows ? down - 1 : 0);
   }
   return moves;
+}
+
+// Asks for a line's pixels ahead of need. Where most pixels match the running colour, the
+// walk scans the centre lane in order, which the processor foresees, but reads the lane
+// after it only at scattered pixels, each of which would otherwise wait for memory.
+inline void PrefetchLine(const void* start, size_t bytes) {
+#if defined(__GNUC__)
+  const auto* p = static_cast<const char*>(start);
+  for (size_t at = 0; at < bytes; at += 64)
+    __builtin_prefetch(p + at, 0, 2);
+#else
+  static_cast<void>(start);
+  static_cast<void>(bytes);
+#endif
 }
 
 // Sets up to 8 bits of a row of bits from position pos on.
@@ -277,6 +292,7 @@ class StepSearch {
 
   template <bool kAlongRows>
   bool Walk();
+  bool NextStrip(int32_t from, int32_t& first, int32_t& held);
 
   const StepSource& source_;
   kernels::ColourPositions at_;
@@ -289,6 +305,7 @@ class StepSearch {
   std::vector<uint8_t> codes_;
   std::vector<uint64_t> visited_;
   const T* running_ = kBlack;  // a source pixel, or black at the start
+  T carried_[4] = {};          // the running colour while the strip under it changes
 };
 
 template <typename T>
@@ -417,6 +434,25 @@ void StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words)
   }
 }
 
+// Transposes the columns of the bordered copy from image column `from` on into the strip,
+// as many as it holds or the border still has. The running colour may lie in the strip's
+// old contents, so it is carried over by value.
+template <typename T>
+bool StepSearch<T>::NextStrip(int32_t from, int32_t& first, int32_t& held) {
+  std::copy_n(running_, 4, carried_);
+  running_ = carried_;
+  const FrameBuffer& bordered = *source_.bordered;
+  FrameBuffer& strip = *source_.strip;
+  const int32_t pixelBytes = 4 * static_cast<int32_t>(sizeof(T));
+  const int32_t length = source_.height + 2 * kBorder;
+  first = from;
+  held = std::min(strip.height, source_.width + kBorder - from);
+  if (held < 4 || strip.width < length) return false;
+  return kernels::TransposePixels(bordered.View().Sub(from + kBorder, 0, held, length, pixelBytes),
+                                  strip.View().Sub(0, 0, length, held, pixelBytes),
+                                  pixelBytes) == kernels::kOk;
+}
+
 // One pass. Its lines are the rows of `bordered` along the rows, of `columns` down the
 // columns; the pattern's three lanes are the lines outer - 1, outer and outer + 1, and
 // run from inner - 3 to inner + 2. Marks go to rows of bits in the same order.
@@ -426,21 +462,32 @@ bool StepSearch<T>::Walk() {
   const int32_t outerExtent = kAlongRows ? source_.height : source_.width;
   const int32_t innerExtent = kAlongRows ? source_.width : source_.height;
   const int32_t end = innerExtent - 3;
-  const FrameBuffer& lines = kAlongRows ? *source_.bordered : *source_.columns;
-  const auto line = [&](int32_t outer) {
-    return lines.Row<const T>(outer + kBorder) + 4 * kBorder;
-  };
+  // Down the columns, the lines come from the strip: `held` transposed columns of the
+  // bordered copy from image column `first` on.
+  const FrameBuffer& lines = kAlongRows ? *source_.bordered : *source_.strip;
+  int32_t first = -kBorder;
+  int32_t held = kAlongRows ? outerExtent + 2 * kBorder : 0;
+  const auto line = [&](int32_t outer) { return lines.Row<const T>(outer - first) + 4 * kBorder; };
   uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
   const std::array<Move, 64> moves = Moves(kAlongRows, softenLines_);
   const bool planes = !planes_.empty() && end > 3;
   const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
+    if (!kAlongRows && outer + 2 >= first + held && !NextStrip(outer - 1, first, held))
+      return false;
     const T* const lane[3] = {line(outer - 1), line(outer), line(outer + 1)};
     const T* const ahead[3] = {lane[1], lane[2], line(outer + 2)};
     uint64_t* const markRows[3] = {marks + (outer - 1) * markPitch, marks + outer * markPitch,
                                    marks + (outer + 1) * markPitch};
-    if (planes && !FillPlanes(lane, innerExtent)) return false;
+    if (planes) {
+      if (!FillPlanes(lane, innerExtent)) return false;
+    } else {
+      // The line after the lanes, which becomes their last on the next line; the border
+      // holds it even at the last line.
+      PrefetchLine(lines.Row<const T>(outer + 2 + kBorder),
+                   static_cast<size_t>(innerExtent + 2 * kBorder) * 4 * sizeof(T));
+    }
     // Where the planes knew the running colour, the walk notes only where it moved, a bit
     // per pixel in words it keeps at hand, and marks from the planes once the line is
     // done; elsewhere it marks as it goes.
@@ -541,6 +588,13 @@ bool StepSearch<T>::Walk() {
 }
 
 }  // namespace
+
+int32_t StepStripRows(int32_t height, int32_t pixelBytes) {
+  // About a third of a typical second-level cache, with 3 of the rows shared by strips.
+  constexpr int64_t kBytes = 192 * 1024;
+  const int64_t rowBytes = (static_cast<int64_t>(height) + 2 * kBorder) * pixelBytes;
+  return static_cast<int32_t>(std::clamp<int64_t>(kBytes / std::max<int64_t>(rowBytes, 1), 16, 64));
+}
 
 bool SearchSteps8u(const StepSource& source, int32_t tolerance, bool softenLines, bool planes,
                    const StepMarks& marks) {

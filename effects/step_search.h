@@ -10,17 +10,22 @@
 namespace vitrella {
 
 // The pixels the search reads. `bordered` is the source with a margin of two pixels that
-// repeat its edge: image pixel (x, y) at (x + 2, y + 2). `columns` is the same transposed:
-// image pixel (x, y) at row x + 2, column y + 2. Channel indices of red, green and blue.
+// repeat its edge: image pixel (x, y) at (x + 2, y + 2). `strip` is scratch of at least 4
+// rows of height + 4 pixels, into which the walk down the columns transposes a few columns
+// at a time, so that it reads them along memory while they stay in the cache. Channel
+// indices of red, green and blue.
 struct StepSource {
   const FrameBuffer* bordered;
-  const FrameBuffer* columns;
+  FrameBuffer* strip;
   int32_t width;
   int32_t height;
   int32_t red;
   int32_t green;
   int32_t blue;
 };
+
+// Rows for `strip` that keep a strip of columns of this many pixels within a core's cache.
+int32_t StepStripRows(int32_t height, int32_t pixelBytes);
 
 // What the search marks, as rows of bits: pixel (x, y) at bit x of row y where the walk
 // along the rows marks it, at bit y of row x where the walk down the columns does. A row
