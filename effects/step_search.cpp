@@ -8,6 +8,11 @@
 #include <type_traits>
 #include <vector>
 
+#if defined(__SSE2__) || defined(_M_X64)
+#include <emmintrin.h>
+#define VITRELLA_STEP_FOUR_AT_ONCE 1
+#endif
+
 #include "core/vector_clones.h"
 #include "kernels/bit_planes.h"
 #include "kernels/colour_run.h"
@@ -209,6 +214,40 @@ VITRELLA_VECTOR_CLONES void DerivePlanes(const uint64_t* matches, ptrdiff_t pitc
     DeriveWords<uint64_t>(matches, pitch, w, derived);
 }
 
+// Lengths of the runs of set bits in three flags: from bit 2 down, and from bit 0 up.
+constexpr int32_t kRunFromTop[8] = {0, 0, 0, 0, 1, 1, 2, 3};
+constexpr int32_t kRunFromBottom[8] = {0, 1, 0, 2, 0, 1, 0, 3};
+
+#if defined(VITRELLA_STEP_FOUR_AT_ONCE)
+// Bit k for each nibble k of the low 16 bits that is all ones.
+inline uint32_t FullNibbles(uint32_t bits) {
+  const uint32_t full = bits & (bits >> 1) & (bits >> 2) & (bits >> 3) & 0x1111U;
+  return ((full * 0x249U) >> 9) & 0xFU;  // bits 0, 4, 8 and 12 to 9, 10, 11 and 12
+}
+
+// How four byte pixels from px stand to one colour, bit k for pixel k: where all three
+// colour channels lie within the tolerance of the colour's, and where all lie beyond it.
+struct FourRelations {
+  uint32_t matches;
+  uint32_t differ;
+};
+inline FourRelations RelateFour(const uint8_t* px, __m128i colour, __m128i tolerance,
+                                uint32_t channelBits) {
+  const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(px));
+  const __m128i distance =
+      _mm_or_si128(_mm_subs_epu8(pixels, colour), _mm_subs_epu8(colour, pixels));
+  const auto within = static_cast<uint32_t>(
+      _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_subs_epu8(distance, tolerance), _mm_setzero_si128())));
+  return {FullNibbles(within | ~channelBits), FullNibbles(~within | ~channelBits)};
+}
+
+inline __m128i BroadcastPixel(const uint8_t* px) {
+  int32_t word;
+  std::memcpy(&word, px, sizeof(word));
+  return _mm_set1_epi32(word);
+}
+#endif
+
 template <typename T>
 class StepSearch {
  public:
@@ -283,6 +322,7 @@ class StepSearch {
   uint64_t* DerivedPlane(int32_t k) { return Plane(kernels::kLanePlanes + k); }
   bool FillPlanes(const T* const lane[3], int32_t count);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
+  uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
   // Rows of bits for one line: where the walk moved with the running colour 1 and 2
   // behind, then the parts of its marks; each with a clear word on either side.
   uint64_t* Visited(int32_t k) {
@@ -342,6 +382,12 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
 // where there are any, know them.
 template <typename T>
 uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const {
+#if defined(VITRELLA_STEP_FOUR_AT_ONCE)
+  // Bytes compare four pixels of a lane at once, with no branch on what they hold.
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    if (tolerance_ >= 0 && tolerance_ <= 255) return CodeOfFours(lane, inner, planes);
+  }
+#endif
   const auto pixel = [&](int32_t l, int32_t i) { return lane[l] + 4 * static_cast<ptrdiff_t>(i); };
   const T* here = pixel(1, inner);
   const auto differs = [&](int32_t l, int32_t i) {
@@ -380,6 +426,59 @@ uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, b
                       !Matches(pixel(2, inner), running_) &&
                       !DiffersInAll(pixel(2, inner - 1), running_);
   return soften ? kSoftenBit : 0U;
+}
+
+// The code of CodeByComparing, from all the pattern's comparisons made four pixels at a
+// time: those of the three cells before `inner` with the running colour, and where the
+// planes do not know the runs ahead, those from `inner` on with the pixel there.
+template <typename T>
+uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
+                                    bool planes) const {
+#if defined(VITRELLA_STEP_FOUR_AT_ONCE)
+  uint32_t channelBits = 0;
+  for (const int32_t c : {at_.blue, at_.green, at_.red})
+    channelBits |= 0x1111U << c;
+  const __m128i tolerance = _mm_set1_epi8(static_cast<char>(tolerance_));
+  const auto relate = [&](int32_t l, int32_t from, __m128i colour) {
+    return RelateFour(lane[l] + 4 * static_cast<ptrdiff_t>(from), colour, tolerance, channelBits);
+  };
+  const __m128i running = BroadcastPixel(running_);
+  // Bits 0 to 2 for the cells inner - 3 to inner - 1, bit 3 for inner itself.
+  const FourRelations behind[3] = {relate(0, inner - 3, running), relate(1, inner - 3, running),
+                                   relate(2, inner - 3, running)};
+  const auto upTo = [&](int32_t side) {
+    return kRunFromTop[behind[1].matches & ~behind[side].matches & 7U];
+  };
+  const uint32_t known =
+      planes ? uint32_t{codes_[static_cast<size_t>(inner)]} : uint32_t{kDownOneBit};
+  const int32_t up = (known & kDownOneBit) != 0 ? std::max(upTo(0), upTo(2)) : 0;
+  int32_t down = 0;
+  if (up != 0) {
+    if (planes) {
+      down = 1 + ((known & kDownTwoBit) != 0 ? 1 : 0) + ((known & kDownThreeBit) != 0 ? 1 : 0);
+    } else {
+      // Bits 0 to 2 for the cells inner to inner + 2.
+      const __m128i here = BroadcastPixel(lane[1] + 4 * static_cast<ptrdiff_t>(inner));
+      const uint32_t centre = relate(1, inner, here).matches;
+      const auto downTo = [&](int32_t side) {
+        return kRunFromBottom[centre & ~relate(side, inner, here).matches & 7U];
+      };
+      down = std::max(downTo(0), downTo(2));
+    }
+  }
+  if (down != 0) {
+    return kStepBit | (up >= 2 ? kUpTwoBit : 0U) | (up >= 3 ? kUpThreeBit : 0U) |
+           (down >= 2 ? kDownTwoBit : 0U) | (down >= 3 ? kDownThreeBit : 0U);
+  }
+  const uint32_t stops = (behind[0].matches >> 3) | (behind[0].differ >> 2) |
+                         (behind[2].matches >> 3) | (behind[2].differ >> 2);
+  return softenLines_ && (stops & 1U) == 0 ? kSoftenBit : 0U;
+#else
+  static_cast<void>(lane);
+  static_cast<void>(inner);
+  static_cast<void>(planes);
+  return 0;
+#endif
 }
 
 // Marks a line's moves made where the planes knew the running colour, from the rows of
