@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -261,6 +262,14 @@ class StepSearch {
         softenLines_(softenLines),
         marks_(marks),
         words_(kernels::LaneWords(std::max(source.width, source.height))) {
+#if defined(VITRELLA_STEP_FOUR_AT_ONCE)
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      fourAtOnce_ = tolerance >= 0 && tolerance <= 255;
+      fourTolerance_ = _mm_set1_epi8(static_cast<char>(std::clamp(tolerance, 0, 255)));
+      for (const int32_t c : {at_.blue, at_.green, at_.red})
+        channelBits_ |= 0x1111U << c;
+    }
+#endif
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
       codes_.assign(static_cast<size_t>(2 * 64 * words_), 0);
@@ -300,8 +309,24 @@ class StepSearch {
   }
   // How many of the count pixels from px match the running colour.
   int32_t RunLength(const T* px, int32_t count) const {
+    if (count < 1) return 0;
+#if defined(VITRELLA_STEP_FOUR_AT_ONCE)
+    // Where most pixels differ, most runs end within a few pixels: four compared at once
+    // settle those, which the lanes' borders leave room to read.
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      if (fourAtOnce_) {
+        const uint32_t matches = Relate(px, BroadcastPixel(running_)).matches;
+        const int32_t run = std::countr_one(matches);
+        if (run < 4 || count <= 4) return std::min(run, count);
+        return 4 + ScanRun(px + 16, count - 4);
+      }
+    }
+#endif
     // Where most pixels differ, most runs end at once: the first pixel needs no scan.
-    if (count < 1 || !Matches(px, running_)) return 0;
+    if (!Matches(px, running_)) return 0;
+    return ScanRun(px, count);
+  }
+  int32_t ScanRun(const T* px, int32_t count) const {
     if constexpr (std::is_same_v<T, uint8_t>) {
       kernels::RunColour8u colour{{}, tolerance_};
       for (const int32_t c : {at_.blue, at_.green, at_.red})
@@ -319,7 +344,9 @@ class StepSearch {
   uint64_t* Plane(int32_t k) {
     return planes_.data() + static_cast<ptrdiff_t>(k) * (words_ + 2) + 1;
   }
-  uint64_t* DerivedPlane(int32_t k) { return Plane(kernels::kLanePlanes + k); }
+  uint64_t* DerivedPlane(int32_t k) {
+    return Plane(kernels::kLanePlanes + k);
+  }
   bool FillPlanes(const T* const lane[3], int32_t count);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
   uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
@@ -340,6 +367,14 @@ class StepSearch {
   bool softenLines_;
   StepMarks marks_;
   ptrdiff_t words_;
+#if defined(VITRELLA_STEP_FOUR_AT_ONCE)
+  FourRelations Relate(const uint8_t* px, __m128i colour) const {
+    return RelateFour(px, colour, fourTolerance_, channelBits_);
+  }
+  bool fourAtOnce_ = false;  // the tolerance is a byte's
+  __m128i fourTolerance_{};
+  uint32_t channelBits_ = 0;  // bit 4 k + c for colour channel c of pixel k
+#endif
   std::vector<uint64_t> planes_;
   // Per position, for the running colour 1 behind, then 64 * words_ on for it 2 behind.
   std::vector<uint8_t> codes_;
@@ -385,7 +420,7 @@ uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, b
 #if defined(VITRELLA_STEP_FOUR_AT_ONCE)
   // Bytes compare four pixels of a lane at once, with no branch on what they hold.
   if constexpr (std::is_same_v<T, uint8_t>) {
-    if (tolerance_ >= 0 && tolerance_ <= 255) return CodeOfFours(lane, inner, planes);
+    if (fourAtOnce_) return CodeOfFours(lane, inner, planes);
   }
 #endif
   const auto pixel = [&](int32_t l, int32_t i) { return lane[l] + 4 * static_cast<ptrdiff_t>(i); };
@@ -435,12 +470,8 @@ template <typename T>
 uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
                                     bool planes) const {
 #if defined(VITRELLA_STEP_FOUR_AT_ONCE)
-  uint32_t channelBits = 0;
-  for (const int32_t c : {at_.blue, at_.green, at_.red})
-    channelBits |= 0x1111U << c;
-  const __m128i tolerance = _mm_set1_epi8(static_cast<char>(tolerance_));
   const auto relate = [&](int32_t l, int32_t from, __m128i colour) {
-    return RelateFour(lane[l] + 4 * static_cast<ptrdiff_t>(from), colour, tolerance, channelBits);
+    return Relate(lane[l] + 4 * static_cast<ptrdiff_t>(from), colour);
   };
   const __m128i running = BroadcastPixel(running_);
   // Bits 0 to 2 for the cells inner - 3 to inner - 1, bit 3 for inner itself.
