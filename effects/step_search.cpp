@@ -612,10 +612,11 @@ bool StepSearch<T>::Walk() {
                                    marks + (outer + 1) * markPitch};
     if (planes) {
       if (!FillPlanes(lane, innerExtent)) return false;
-    } else {
-      // The line after the lanes, which becomes their last on the next line; the border
-      // holds it even at the last line.
-      PrefetchLine(lines.Row<const T>(outer + 2 + kBorder),
+    } else if constexpr (kAlongRows) {
+      // The line that becomes the lanes' last two lines on, which gives memory a whole
+      // line's walk to deliver it; near the end it lies in the border. The strip down the
+      // columns is in the cache already.
+      PrefetchLine(line(outer + 3) - 4 * kBorder,
                    static_cast<size_t>(innerExtent + 2 * kBorder) * 4 * sizeof(T));
     }
     // Where the planes knew the running colour, the walk notes only where it moved, a bit
