@@ -255,7 +255,7 @@ TEST_P(EdgeSmootherFormats, FollowsTheStepRulesExactly) {
     int threshold;
   };
   int changed = 0;
-  for (const Setting s : {Setting{0.605f, 100}, Setting{1.0f, 0}}) {
+  for (const Setting s : {Setting{0.605f, 100}, Setting{0.9f, 25}, Setting{1.0f, 0}}) {
     for (int flags = 0; flags < 4; ++flags) {
       const bool show = flags & 1;
       const bool soften = flags & 2;
