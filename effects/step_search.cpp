@@ -109,6 +109,38 @@ inline void PrefetchLine(const void* start, size_t bytes) {
 #endif
 }
 
+// Where the walk goes from a pixel whose code the planes give, in state 0 or 1 for the
+// running colour 1 or 2 behind it: how far it moves, and the state at the pixel it reaches,
+// 2 where the planes no longer know the colour there. A matching pixel moves the walk on by
+// one, with the colour a pixel further behind.
+struct Hop {
+  uint8_t advance;
+  uint8_t state;
+};
+
+std::array<Hop, 512> Hops(bool alongRows) {
+  std::array<Hop, 512> hops{};
+  for (uint32_t state = 0; state < 2; ++state) {
+    for (uint32_t code = 0; code < 256; ++code) {
+      const auto down = static_cast<uint8_t>(1 + ((code & kDownTwoBit) != 0 ? 1 : 0) +
+                                             ((code & kDownThreeBit) != 0 ? 1 : 0));
+      Hop& hop = hops[(state << 8) | code];
+      if ((code & kMatchBit) != 0) {
+        hop = {1, static_cast<uint8_t>(state + 1)};
+      } else if ((code & kStepBit) == 0) {
+        hop = {1, 0};
+      } else if (alongRows) {
+        hop = {static_cast<uint8_t>(down + 1), 1};
+      } else {
+        // A step down the columns that reaches past one pixel takes the colour from
+        // another line.
+        hop = down == 1 ? Hop{2, 1} : Hop{static_cast<uint8_t>(down + 1), 2};
+      }
+    }
+  }
+  return hops;
+}
+
 // Sets up to 8 bits of a row of bits from position pos on.
 inline void OrBits(uint64_t* row, int32_t pos, uint64_t bits) {
   const int32_t shift = pos & 63;
@@ -272,7 +304,8 @@ class StepSearch {
 #endif
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
-      codes_.assign(static_cast<size_t>(2 * 64 * words_), 0);
+      codeShift_ = std::bit_width(static_cast<uint64_t>(64 * words_ - 1));
+      codes_.assign(size_t{2} << codeShift_, 0);
       visited_.assign(static_cast<size_t>(words_ + 2) * 8, 0);
     }
   }
@@ -376,8 +409,9 @@ class StepSearch {
   uint32_t channelBits_ = 0;  // bit 4 k + c for colour channel c of pixel k
 #endif
   std::vector<uint64_t> planes_;
-  // Per position, for the running colour 1 behind, then 64 * words_ on for it 2 behind.
+  // Per position, for the running colour 1 behind, then 1 << codeShift_ on for it 2 behind.
   std::vector<uint8_t> codes_;
+  int32_t codeShift_ = 0;
   std::vector<uint64_t> visited_;
   const T* running_ = kBlack;  // a source pixel, or black at the start
   T carried_[4] = {};          // the running colour while the strip under it changes
@@ -402,7 +436,8 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
     const uint64_t* planes[8];
     for (int32_t k = 0; k < 8; ++k)
       planes[k] = DerivedPlane(kCodePlanes[behind][k]);
-    if (kernels::PackBitPlanes(planes, 8, words, codes_.data() + behind * 64 * words_) !=
+    if (kernels::PackBitPlanes(planes, 8, words,
+                               codes_.data() + (static_cast<ptrdiff_t>(behind) << codeShift_)) !=
         kernels::kOk) {
       return false;
     }
@@ -601,6 +636,7 @@ bool StepSearch<T>::Walk() {
   uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
   const std::array<Move, 64> moves = Moves(kAlongRows, softenLines_);
+  const std::array<Hop, 512> hops = Hops(kAlongRows);
   const bool planes = !planes_.empty() && end > 3;
   const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
@@ -620,83 +656,52 @@ bool StepSearch<T>::Walk() {
                    static_cast<size_t>(innerExtent + 2 * kBorder) * 4 * sizeof(T));
     }
     // Where the planes knew the running colour, the walk notes only where it moved, a bit
-    // per pixel in words it keeps at hand, and marks from the planes once the line is
-    // done; elsewhere it marks as it goes.
-    uint64_t* visited[2] = {Visited(0), Visited(1)};
+    // per pixel, and marks from the planes once the line is done; elsewhere it marks as it
+    // goes.
+    uint64_t* const visited = Visited(0);
+    const ptrdiff_t visitedPitch = words_ + 2;
     if (planes) {
-      std::fill_n(visited[0], words, 0);
-      std::fill_n(visited[1], words, 0);
+      std::fill_n(visited, words, 0);
+      std::fill_n(visited + visitedPitch, words, 0);
     }
-    uint64_t near[2] = {0, 0};
-    ptrdiff_t nearWord = 0;
     // How far behind the pixel the centre lane holds the running colour: 1 or 2 where the
     // planes know, 0 where it must be compared.
     int32_t behind = 0;
     const uint8_t* const codes = codes_.data();
-    const ptrdiff_t secondCodes = 64 * words_;
     for (int32_t inner = 3; inner < end;) {
       if (behind != 0) {
         // Where the planes know the running colour, each move follows from the code of its
-        // pixel alone; the loop leaves at a pixel that matches the running colour, or
-        // where a step down the columns moves it to another line.
-        ptrdiff_t second = behind == 2 ? secondCodes : 0;
-        const T* runningNow = running_;
-        for (;;) {
-          const uint32_t code = codes[second + inner];
-          if ((code & kMatchBit) != 0) {
-            // A run of the running colour: the lane's scan finds its end. Where that is the
-            // next pixel and the running colour was the one before this, the planes still
-            // know it: two behind.
-            const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
-            running_ = runningNow;
-            const int32_t run = RunLength(here + 4, end - inner - 1);
-            inner += 1 + run;
-            if (run == 0 && second == 0 && inner < end) {
-              second = secondCodes;
-              continue;
-            }
-            second = -1;
-            break;
-          }
-          if ((inner >> 6) != nearWord) {
-            visited[0][nearWord] = near[0];
-            visited[1][nearWord] = near[1];
-            near[0] = near[1] = 0;
-            nearWord = inner >> 6;
-          }
-          const uint64_t bit = uint64_t{1} << (inner & 63);
-          near[0] |= second == 0 ? bit : 0;
-          near[1] |= second == 0 ? 0 : bit;
-          const bool step = (code & kStepBit) != 0;
-          const int32_t down =
-              1 + static_cast<int32_t>((code >> 4) & 1U) + static_cast<int32_t>((code >> 5) & 1U);
-          if constexpr (kAlongRows) {
-            runningNow = lane[1] + 4 * static_cast<ptrdiff_t>(inner + (step ? down - 1 : 0));
-            inner += 1 + (step ? down : 0);
-          } else {
-            if (step && down > 1) {
-              runningNow = ahead[down - 1] + 4 * static_cast<ptrdiff_t>(inner);
-              inner += down + 1;
-              second = -1;
-              break;
-            }
-            runningNow = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
-            inner += step ? 2 : 1;
-          }
-          second = step ? secondCodes : 0;
-          if (inner >= end) break;
+        // pixel alone, through the table of hops, with no branch on what the pixel holds.
+        // The loop leaves where the planes lose the colour: after a run of it that reaches
+        // two pixels, or a step down the columns that takes it to another line.
+        auto state = static_cast<uint32_t>(behind - 1);
+        int32_t from = inner;
+        uint32_t code = 0;
+        do {
+          from = inner;
+          code = codes[(static_cast<ptrdiff_t>(state) << codeShift_) + inner];
+          visited[static_cast<ptrdiff_t>(state) * visitedPitch + (inner >> 6)] |=
+              static_cast<uint64_t>(~code & kMatchBit) << (inner & 63);
+          const Hop hop = hops[(state << 8) | code];
+          inner += hop.advance;
+          state = hop.state;
+        } while (state < 2 && inner < end);
+        if (state < 2) {
+          behind = static_cast<int32_t>(state) + 1;
+          running_ = lane[1] + 4 * static_cast<ptrdiff_t>(inner - behind);
+        } else if ((code & kMatchBit) != 0) {
+          behind = 0;
+          running_ = lane[1] + 4 * static_cast<ptrdiff_t>(from - 2);
+        } else {
+          behind = 0;
+          running_ = ahead[inner - from - 2] + 4 * static_cast<ptrdiff_t>(from);
         }
-        running_ = runningNow;
-        behind = second < 0 ? 0 : second == 0 ? 1 : 2;
         continue;
       }
-      const T* here = lane[1] + 4 * static_cast<ptrdiff_t>(inner);
-      // Most pixels match the running colour, which changes only where one does not: a
-      // direct comparison settles the first, and a scan of the lane those after it.
-      if (Matches(here, running_)) {
-        inner += 1 + RunLength(here + 4, end - inner - 1);
-        continue;
-      }
+      // Most pixels match the running colour, which changes only where one does not: the
+      // lane's scan finds the next that does not, and the pattern is read there.
+      inner += RunLength(lane[1] + 4 * static_cast<ptrdiff_t>(inner), end - inner);
+      if (inner >= end) break;
       const uint32_t code = CodeByComparing(lane, inner, planes);
       const Move& move = moves[(code >> 1) & 63];
       OrBits(markRows[1], inner - 3, move.centre);
@@ -709,11 +714,7 @@ bool StepSearch<T>::Walk() {
       behind = planes ? move.behind : 0;
       inner += move.advance;
     }
-    if (planes) {
-      visited[0][nearWord] = near[0];
-      visited[1][nearWord] = near[1];
-      MarkFromPlanes(markRows, words);
-    }
+    if (planes) MarkFromPlanes(markRows, words);
   }
   return true;
 }
