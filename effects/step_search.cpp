@@ -26,22 +26,30 @@ namespace {
 constexpr int32_t kBorder = 2;
 
 // Planes drawn from the lane matches, one bit per position i of a line. Those ending in
-// 1 or 2 hold when the running colour is the centre lane's pixel at i - 1 or at i - 2:
-// where the walk last moved by one pixel, or jumped past a step along its own line.
+// 1, 2 or 3 hold when the running colour is the centre lane's pixel at i - 1, i - 2 or
+// i - 3: where the walk last moved by one pixel, jumped past a step along its own line,
+// or met a run of two pixels of the colour. Softening at i asks about the side lanes at
+// i, which the lane matches know for i - 1 and i - 2 only: the third colour serves only
+// where lines are not softened, and its softening plane stays clear.
 enum Derived : int32_t {
   kMatch1,  // the pixel at i matches the running colour
   kMatch2,
+  kMatch3,
   kStep1,  // runs both ahead and behind: a stair-step
   kStep2,
+  kStep3,
   kUpTwo1,  // the run behind reaches two pixels
   kUpThree1,
   kUpTwo2,
   kUpThree2,
+  kUpTwo3,
+  kUpThree3,
   kDownOne,  // the run ahead reaches one, two, three pixels; it never asks for the
   kDownTwo,  // running colour
   kDownThree,
   kSoften1,  // no test stops the softening of a straight line
   kSoften2,
+  kSoften3,
   kDerivedPlanes
 };
 
@@ -56,9 +64,11 @@ enum CodeBit : uint32_t {
   kSoftenBit = 64,
   kDownOneBit = 128,
 };
-constexpr int32_t kCodePlanes[2][8] = {
+constexpr int32_t kCodeSets = 3;
+constexpr int32_t kCodePlanes[kCodeSets][8] = {
     {kMatch1, kStep1, kUpTwo1, kUpThree1, kDownTwo, kDownThree, kSoften1, kDownOne},
-    {kMatch2, kStep2, kUpTwo2, kUpThree2, kDownTwo, kDownThree, kSoften2, kDownOne}};
+    {kMatch2, kStep2, kUpTwo2, kUpThree2, kDownTwo, kDownThree, kSoften2, kDownOne},
+    {kMatch3, kStep3, kUpTwo3, kUpThree3, kDownTwo, kDownThree, kSoften3, kDownOne}};
 
 // What the walk does at a pixel that does not match the running colour, by its code.
 struct Move {
@@ -109,24 +119,25 @@ inline void PrefetchLine(const void* start, size_t bytes) {
 #endif
 }
 
-// Where the walk goes from a pixel whose code the planes give, in state 0 or 1 for the
-// running colour 1 or 2 behind it: how far it moves, and the state at the pixel it reaches,
-// 2 where the planes no longer know the colour there. A matching pixel moves the walk on by
-// one, with the colour a pixel further behind.
+// Where the walk goes from a pixel whose code the planes give, in state s for the running
+// colour s + 1 behind it: how far it moves, and the state at the pixel it reaches,
+// kLostColour where the planes no longer know the colour there. A matching pixel moves the
+// walk on by one, with the colour a pixel further behind; `states` code sets know it.
 struct Hop {
   uint8_t advance;
   uint8_t state;
 };
+constexpr uint32_t kLostColour = kCodeSets;
 
-std::array<Hop, 512> Hops(bool alongRows) {
-  std::array<Hop, 512> hops{};
-  for (uint32_t state = 0; state < 2; ++state) {
+std::array<Hop, 256 * kCodeSets> Hops(bool alongRows, uint32_t states) {
+  std::array<Hop, 256 * kCodeSets> hops{};
+  for (uint32_t state = 0; state < kCodeSets; ++state) {
     for (uint32_t code = 0; code < 256; ++code) {
       const auto down = static_cast<uint8_t>(1 + ((code & kDownTwoBit) != 0 ? 1 : 0) +
                                              ((code & kDownThreeBit) != 0 ? 1 : 0));
       Hop& hop = hops[(state << 8) | code];
       if ((code & kMatchBit) != 0) {
-        hop = {1, static_cast<uint8_t>(state + 1)};
+        hop = {1, static_cast<uint8_t>(state + 1 < states ? state + 1 : kLostColour)};
       } else if ((code & kStepBit) == 0) {
         hop = {1, 0};
       } else if (alongRows) {
@@ -134,7 +145,7 @@ std::array<Hop, 512> Hops(bool alongRows) {
       } else {
         // A step down the columns that reaches past one pixel takes the colour from
         // another line.
-        hop = down == 1 ? Hop{2, 1} : Hop{static_cast<uint8_t>(down + 1), 2};
+        hop = down == 1 ? Hop{2, 1} : Hop{static_cast<uint8_t>(down + 1), kLostColour};
       }
     }
   }
@@ -192,6 +203,7 @@ template <typename V>
   V down[3] = {};
   V up1[3] = {};
   V up2[3] = {};
+  V up3[3] = {};
   V stops1 = {};
   V stops2 = {};
   for (int32_t side = 0; side < 2; ++side) {
@@ -207,6 +219,9 @@ template <typename V>
     const V c0 = Offset<-1, V>(back1, w) & ~Offset<-2, V>(matching(1), w);  // colour at i - 2
     const V c1 = c0 & Offset<-2, V>(self, w) & ~Offset<-2, V>(matching(0), w);
     const V c2 = c1 & Offset<-2, V>(back1, w) & ~Offset<-2, V>(matching(-1), w);
+    const V d0 = Offset<-1, V>(back2, w) & ~Offset<-3, V>(matching(2), w);  // colour at i - 3
+    const V d1 = d0 & Offset<-2, V>(back1, w) & ~Offset<-3, V>(matching(1), w);
+    const V d2 = d1 & Offset<-3, V>(self, w) & ~Offset<-3, V>(matching(0), w);
     down[0] |= a0;
     down[1] |= a1;
     down[2] |= a2;
@@ -216,6 +231,9 @@ template <typename V>
     up2[0] |= c0;
     up2[1] |= c1;
     up2[2] |= c2;
+    up3[0] |= d0;
+    up3[1] |= d1;
+    up3[2] |= d2;
     // The side pixel at i matches the running colour, or the one before i differs from it
     // in all channels.
     stops1 |= Offset<-1, V>(matching(1), w) | Offset<-1, V>(at(SideDiffersPlane(side, 0)), w);
@@ -224,17 +242,22 @@ template <typename V>
   const auto put = [&](int32_t k, V v) { std::memcpy(derived + k * pitch + w, &v, sizeof(V)); };
   put(kMatch1, Offset<0, V>(back1, w));
   put(kMatch2, Offset<0, V>(back2, w));
+  put(kMatch3, Offset<0, V>(at(kernels::kCentreBack3), w));
   put(kStep1, up1[0] & down[0]);
   put(kStep2, up2[0] & down[0]);
+  put(kStep3, up3[0] & down[0]);
   put(kUpTwo1, up1[1]);
   put(kUpThree1, up1[2]);
   put(kUpTwo2, up2[1]);
   put(kUpThree2, up2[2]);
+  put(kUpTwo3, up3[1]);
+  put(kUpThree3, up3[2]);
   put(kDownOne, down[0]);
   put(kDownTwo, down[1]);
   put(kDownThree, down[2]);
   put(kSoften1, ~stops1);
   put(kSoften2, ~stops2);
+  put(kSoften3, V{});
 }
 
 VITRELLA_VECTOR_CLONES void DerivePlanes(const uint64_t* matches, ptrdiff_t pitch, ptrdiff_t words,
@@ -305,8 +328,9 @@ class StepSearch {
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
       codeShift_ = std::bit_width(static_cast<uint64_t>(64 * words_ - 1));
-      codes_.assign(size_t{2} << codeShift_, 0);
-      visited_.assign(static_cast<size_t>(words_ + 2) * 8, 0);
+      codeSets_ = softenLines ? 2 : kCodeSets;
+      codes_.assign(size_t{kCodeSets} << codeShift_, 0);
+      visited_.assign(static_cast<size_t>(words_ + 2) * (kCodeSets + 6), 0);
     }
   }
 
@@ -383,7 +407,7 @@ class StepSearch {
   bool FillPlanes(const T* const lane[3], int32_t count);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
   uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
-  // Rows of bits for one line: where the walk moved with the running colour 1 and 2
+  // Rows of bits for one line: where the walk moved with the running colour 1, 2 and 3
   // behind, then the parts of its marks; each with a clear word on either side.
   uint64_t* Visited(int32_t k) {
     return visited_.data() + static_cast<ptrdiff_t>(k) * (words_ + 2) + 1;
@@ -409,9 +433,12 @@ class StepSearch {
   uint32_t channelBits_ = 0;  // bit 4 k + c for colour channel c of pixel k
 #endif
   std::vector<uint64_t> planes_;
-  // Per position, for the running colour 1 behind, then 1 << codeShift_ on for it 2 behind.
+  // Per position, for the running colour 1 behind, then 1 << codeShift_ on for it 2
+  // behind, and as far again for 3.
   std::vector<uint8_t> codes_;
   int32_t codeShift_ = 0;
+  // Code sets in use: the third only where lines are not softened.
+  int32_t codeSets_ = 2;
   std::vector<uint64_t> visited_;
   const T* running_ = kBlack;  // a source pixel, or black at the start
   T carried_[4] = {};          // the running colour while the strip under it changes
@@ -432,7 +459,7 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
   for (int32_t k = 0; k < kernels::kLanePlanes; ++k)
     Plane(k)[words] = 0;  // a longer line of the other pass may have left bits there
   DerivePlanes(Plane(0), words_ + 2, words, DerivedPlane(0));
-  for (int32_t behind = 0; behind < 2; ++behind) {
+  for (int32_t behind = 0; behind < codeSets_; ++behind) {
     const uint64_t* planes[8];
     for (int32_t k = 0; k < 8; ++k)
       planes[k] = DerivedPlane(kCodePlanes[behind][k]);
@@ -552,10 +579,10 @@ uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
 // along the line, a softening the three lanes one pixel behind.
 template <typename T>
 void StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words) {
-  const uint64_t* visited[2] = {Visited(0), Visited(1)};
+  const uint64_t* visited[kCodeSets] = {Visited(0), Visited(1), Visited(2)};
   const auto derived = [&](int32_t k, ptrdiff_t w) { return DerivedPlane(k)[w]; };
   // Per word: the steps, those whose runs reach two or three, and the softenings.
-  uint64_t* parts = Visited(2);
+  uint64_t* parts = Visited(kCodeSets);
   const auto part = [&](int32_t k) { return parts + k * (words_ + 2); };
   enum Part : int32_t {
     kSteps,
@@ -568,10 +595,13 @@ void StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words)
   for (ptrdiff_t w = 0; w < words; ++w) {
     const uint64_t steps1 = visited[0][w] & derived(kStep1, w);
     const uint64_t steps2 = visited[1][w] & derived(kStep2, w);
-    const uint64_t steps = steps1 | steps2;
+    const uint64_t steps3 = visited[2][w] & derived(kStep3, w);
+    const uint64_t steps = steps1 | steps2 | steps3;
     part(kSteps)[w] = steps;
-    part(kStepsUpTwo)[w] = (steps1 & derived(kUpTwo1, w)) | (steps2 & derived(kUpTwo2, w));
-    part(kStepsUpThree)[w] = (steps1 & derived(kUpThree1, w)) | (steps2 & derived(kUpThree2, w));
+    part(kStepsUpTwo)[w] = (steps1 & derived(kUpTwo1, w)) | (steps2 & derived(kUpTwo2, w)) |
+                           (steps3 & derived(kUpTwo3, w));
+    part(kStepsUpThree)[w] = (steps1 & derived(kUpThree1, w)) | (steps2 & derived(kUpThree2, w)) |
+                             (steps3 & derived(kUpThree3, w));
     part(kStepsDownTwo)[w] = steps & derived(kDownTwo, w);
     part(kStepsDownThree)[w] = steps & derived(kDownThree, w);
     part(kSoftenings)[w] = softenLines_
@@ -636,7 +666,7 @@ bool StepSearch<T>::Walk() {
   uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
   const std::array<Move, 64> moves = Moves(kAlongRows, softenLines_);
-  const std::array<Hop, 512> hops = Hops(kAlongRows);
+  const std::array<Hop, 256 * kCodeSets> hops = Hops(kAlongRows, static_cast<uint32_t>(codeSets_));
   const bool planes = !planes_.empty() && end > 3;
   const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
@@ -661,10 +691,10 @@ bool StepSearch<T>::Walk() {
     uint64_t* const visited = Visited(0);
     const ptrdiff_t visitedPitch = words_ + 2;
     if (planes) {
-      std::fill_n(visited, words, 0);
-      std::fill_n(visited + visitedPitch, words, 0);
+      for (int32_t k = 0; k < kCodeSets; ++k)
+        std::fill_n(visited + k * visitedPitch, words, 0);
     }
-    // How far behind the pixel the centre lane holds the running colour: 1 or 2 where the
+    // How far behind the pixel the centre lane holds the running colour: 1 to 3 where the
     // planes know, 0 where it must be compared.
     int32_t behind = 0;
     const uint8_t* const codes = codes_.data();
@@ -672,26 +702,28 @@ bool StepSearch<T>::Walk() {
       if (behind != 0) {
         // Where the planes know the running colour, each move follows from the code of its
         // pixel alone, through the table of hops, with no branch on what the pixel holds.
-        // The loop leaves where the planes lose the colour: after a run of it that reaches
-        // two pixels, or a step down the columns that takes it to another line.
+        // The loop leaves where the planes lose the colour: after a run of it longer than
+        // they follow, or a step down the columns that takes it to another line.
         auto state = static_cast<uint32_t>(behind - 1);
+        uint32_t last = state;
         int32_t from = inner;
         uint32_t code = 0;
         do {
           from = inner;
+          last = state;
           code = codes[(static_cast<ptrdiff_t>(state) << codeShift_) + inner];
           visited[static_cast<ptrdiff_t>(state) * visitedPitch + (inner >> 6)] |=
               static_cast<uint64_t>(~code & kMatchBit) << (inner & 63);
           const Hop hop = hops[(state << 8) | code];
           inner += hop.advance;
           state = hop.state;
-        } while (state < 2 && inner < end);
-        if (state < 2) {
+        } while (state < kLostColour && inner < end);
+        if (state < kLostColour) {
           behind = static_cast<int32_t>(state) + 1;
           running_ = lane[1] + 4 * static_cast<ptrdiff_t>(inner - behind);
         } else if ((code & kMatchBit) != 0) {
           behind = 0;
-          running_ = lane[1] + 4 * static_cast<ptrdiff_t>(from - 2);
+          running_ = lane[1] + 4 * static_cast<ptrdiff_t>(from - 1 - static_cast<int32_t>(last));
         } else {
           behind = 0;
           running_ = ahead[inner - from - 2] + 4 * static_cast<ptrdiff_t>(from);

@@ -43,6 +43,7 @@ void PlainMatches(const T* before, const T* centre, const T* after, int32_t coun
     set(kCentreSelf, (Compare(c, c, at, tolerance) & 1U) != 0);
     set(kCentreBack1, (Compare(c, c - 4, at, tolerance) & 1U) != 0);
     set(kCentreBack2, (Compare(c, c - 8, at, tolerance) & 1U) != 0);
+    set(kCentreBack3, (Compare(c, c - 12, at, tolerance) & 1U) != 0);
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
         const uint32_t relation = Compare(pixel(sides[side], p + dp), c, at, tolerance);

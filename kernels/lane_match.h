@@ -18,8 +18,9 @@ namespace vitrella::kernels {
 inline constexpr int32_t kCentreSelf = 0;   // C(p) matches itself: not for a NaN
 inline constexpr int32_t kCentreBack1 = 1;  // C(p) matches C(p - 1)
 inline constexpr int32_t kCentreBack2 = 2;  // C(p) matches C(p - 2)
+inline constexpr int32_t kCentreBack3 = 3;  // C(p) matches C(p - 3)
 // Plus 5 * side + d + 2: S(p + d) matches C(p), for d from -2 to 2.
-inline constexpr int32_t kSideMatches = 3;
+inline constexpr int32_t kSideMatches = 4;
 // Plus 2 * side + d: S(p + d) differs in all from C(p), for d of 0 and 1.
 inline constexpr int32_t kSideDiffers = kSideMatches + 10;
 inline constexpr int32_t kLanePlanes = kSideDiffers + 4;
@@ -33,7 +34,8 @@ constexpr int32_t SideDiffersPlane(int32_t side, int32_t d) {
 
 // Fills the kLanePlanes planes, plane k from planes + k * planePitch, with the bits of
 // positions 0 to count - 1 at bit p % 64 of word p / 64, and clears their bits from
-// count to the end of the last word. Every lane is read from position -2 to count + 1.
+// count to the end of the last word. Every lane is read from position -2 to count + 1, the
+// centre lane from -3.
 // Byte tolerances are held to 0 to 255.
 Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                         int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,

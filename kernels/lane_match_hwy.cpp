@@ -81,6 +81,7 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
     put(kCentreSelf, all);
     put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
     put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
+    put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
         const auto over = beyond(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp), c);
@@ -139,6 +140,7 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
     put(kCentreSelf, compare(c, within));
     put(kCentreBack1, compare(c - 4, within));
     put(kCentreBack2, compare(c - 8, within));
+    put(kCentreBack3, compare(c - 12, within));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
         const float* other = sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp);

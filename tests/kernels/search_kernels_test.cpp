@@ -65,6 +65,7 @@ void ExpectPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at
     ASSERT_EQ(bit(kCentreSelf, p), matches(c)) << p;
     ASSERT_EQ(bit(kCentreBack1, p), matches(pixel(1, p - 1))) << p;
     ASSERT_EQ(bit(kCentreBack2, p), matches(pixel(1, p - 2))) << p;
+    ASSERT_EQ(bit(kCentreBack3, p), matches(pixel(1, p - 3))) << p;
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t d = -2; d <= 2; ++d) {
         const uint32_t relation = Relation(pixel(2 * side, p + d), c, at, tolerance);
