@@ -30,7 +30,7 @@ constexpr int32_t kBorder = 2;
 // i - 3: where the walk last moved by one pixel, jumped past a step along its own line,
 // or met a run of two pixels of the colour. Softening at i asks about the side lanes at
 // i, which the lane matches know for i - 1 and i - 2 only: the third colour serves only
-// where lines are not softened, and its softening plane stays clear.
+// where lines are not softened.
 enum Derived : int32_t {
   kMatch1,  // the pixel at i matches the running colour
   kMatch2,
@@ -49,26 +49,28 @@ enum Derived : int32_t {
   kDownThree,
   kSoften1,  // no test stops the softening of a straight line
   kSoften2,
-  kSoften3,
   kDerivedPlanes
 };
 
-// A pixel's outcome as one byte, packed from the derived planes of one running colour.
+// A pixel's outcome as one byte. The walk's moves need only the five low bits, which are
+// packed from the derived planes of one running colour; a line's marks come from the
+// planes themselves, and the rest of the byte only from comparisons.
 enum CodeBit : uint32_t {
   kMatchBit = 1,
   kStepBit = 2,
-  kUpTwoBit = 4,
-  kUpThreeBit = 8,
-  kDownTwoBit = 16,
-  kDownThreeBit = 32,
-  kSoftenBit = 64,
-  kDownOneBit = 128,
+  kDownTwoBit = 4,
+  kDownThreeBit = 8,
+  kDownOneBit = 16,
+  kUpTwoBit = 32,
+  kUpThreeBit = 64,
+  kSoftenBit = 128,
 };
 constexpr int32_t kCodeSets = 3;
-constexpr int32_t kCodePlanes[kCodeSets][8] = {
-    {kMatch1, kStep1, kUpTwo1, kUpThree1, kDownTwo, kDownThree, kSoften1, kDownOne},
-    {kMatch2, kStep2, kUpTwo2, kUpThree2, kDownTwo, kDownThree, kSoften2, kDownOne},
-    {kMatch3, kStep3, kUpTwo3, kUpThree3, kDownTwo, kDownThree, kSoften3, kDownOne}};
+constexpr int32_t kPackedCodeBits = 5;
+constexpr int32_t kCodePlanes[kCodeSets][kPackedCodeBits] = {
+    {kMatch1, kStep1, kDownTwo, kDownThree, kDownOne},
+    {kMatch2, kStep2, kDownTwo, kDownThree, kDownOne},
+    {kMatch3, kStep3, kDownTwo, kDownThree, kDownOne}};
 
 // What the walk does at a pixel that does not match the running colour, by its code.
 struct Move {
@@ -80,9 +82,9 @@ struct Move {
   int8_t offset;  // ... at inner + offset
 };
 
-std::array<Move, 64> Moves(bool alongRows, bool softenLines) {
-  std::array<Move, 64> moves{};
-  for (uint32_t index = 0; index < 64; ++index) {
+std::array<Move, 128> Moves(bool alongRows, bool softenLines) {
+  std::array<Move, 128> moves{};
+  for (uint32_t index = 0; index < 128; ++index) {
     const uint32_t code = index << 1;
     Move& m = moves[index];
     if ((code & kStepBit) == 0) {
@@ -129,13 +131,15 @@ struct Hop {
 };
 constexpr uint32_t kLostColour = kCodeSets;
 
-std::array<Hop, 256 * kCodeSets> Hops(bool alongRows, uint32_t states) {
-  std::array<Hop, 256 * kCodeSets> hops{};
+constexpr uint32_t kPackedCodes = 1U << kPackedCodeBits;
+
+std::array<Hop, kPackedCodes * kCodeSets> Hops(bool alongRows, uint32_t states) {
+  std::array<Hop, kPackedCodes * kCodeSets> hops{};
   for (uint32_t state = 0; state < kCodeSets; ++state) {
-    for (uint32_t code = 0; code < 256; ++code) {
+    for (uint32_t code = 0; code < kPackedCodes; ++code) {
       const auto down = static_cast<uint8_t>(1 + ((code & kDownTwoBit) != 0 ? 1 : 0) +
                                              ((code & kDownThreeBit) != 0 ? 1 : 0));
-      Hop& hop = hops[(state << 8) | code];
+      Hop& hop = hops[(state << kPackedCodeBits) | code];
       if ((code & kMatchBit) != 0) {
         hop = {1, static_cast<uint8_t>(state + 1 < states ? state + 1 : kLostColour)};
       } else if ((code & kStepBit) == 0) {
@@ -257,7 +261,6 @@ template <typename V>
   put(kDownThree, down[2]);
   put(kSoften1, ~stops1);
   put(kSoften2, ~stops2);
-  put(kSoften3, V{});
 }
 
 VITRELLA_VECTOR_CLONES void DerivePlanes(const uint64_t* matches, ptrdiff_t pitch, ptrdiff_t words,
@@ -460,10 +463,10 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
     Plane(k)[words] = 0;  // a longer line of the other pass may have left bits there
   DerivePlanes(Plane(0), words_ + 2, words, DerivedPlane(0));
   for (int32_t behind = 0; behind < codeSets_; ++behind) {
-    const uint64_t* planes[8];
-    for (int32_t k = 0; k < 8; ++k)
+    const uint64_t* planes[kPackedCodeBits];
+    for (int32_t k = 0; k < kPackedCodeBits; ++k)
       planes[k] = DerivedPlane(kCodePlanes[behind][k]);
-    if (kernels::PackBitPlanes(planes, 8, words,
+    if (kernels::PackBitPlanes(planes, kPackedCodeBits, words,
                                codes_.data() + (static_cast<ptrdiff_t>(behind) << codeShift_)) !=
         kernels::kOk) {
       return false;
@@ -665,8 +668,9 @@ bool StepSearch<T>::Walk() {
   const auto line = [&](int32_t outer) { return lines.Row<const T>(outer - first) + 4 * kBorder; };
   uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
-  const std::array<Move, 64> moves = Moves(kAlongRows, softenLines_);
-  const std::array<Hop, 256 * kCodeSets> hops = Hops(kAlongRows, static_cast<uint32_t>(codeSets_));
+  const std::array<Move, 128> moves = Moves(kAlongRows, softenLines_);
+  const std::array<Hop, kPackedCodes* kCodeSets> hops =
+      Hops(kAlongRows, static_cast<uint32_t>(codeSets_));
   const bool planes = !planes_.empty() && end > 3;
   const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
@@ -714,7 +718,7 @@ bool StepSearch<T>::Walk() {
           code = codes[(static_cast<ptrdiff_t>(state) << codeShift_) + inner];
           visited[static_cast<ptrdiff_t>(state) * visitedPitch + (inner >> 6)] |=
               static_cast<uint64_t>(~code & kMatchBit) << (inner & 63);
-          const Hop hop = hops[(state << 8) | code];
+          const Hop hop = hops[(state << kPackedCodeBits) | code];
           inner += hop.advance;
           state = hop.state;
         } while (state < kLostColour && inner < end);
@@ -735,7 +739,7 @@ bool StepSearch<T>::Walk() {
       inner += RunLength(lane[1] + 4 * static_cast<ptrdiff_t>(inner), end - inner);
       if (inner >= end) break;
       const uint32_t code = CodeByComparing(lane, inner, planes);
-      const Move& move = moves[(code >> 1) & 63];
+      const Move& move = moves[code >> 1];
       OrBits(markRows[1], inner - 3, move.centre);
       // Where a line runs straight through here, the three cells before it soften.
       if (move.soften != 0) {
