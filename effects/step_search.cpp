@@ -407,7 +407,7 @@ class StepSearch {
   uint64_t* DerivedPlane(int32_t k) {
     return Plane(kernels::kLanePlanes + k);
   }
-  bool FillPlanes(const T* const lane[3], int32_t count);
+  bool FillPlanes(const T* const lane[3], int32_t count, bool follows);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
   uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
   // Rows of bits for one line: where the walk moved with the running colour 1, 2 and 3
@@ -447,15 +447,17 @@ class StepSearch {
   T carried_[4] = {};          // the running colour while the strip under it changes
 };
 
+// With `follows`, the planes hold the line before in the same pass, from which the lane
+// before's relations follow.
 template <typename T>
-bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count) {
+bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follows) {
   kernels::Status status;
   if constexpr (std::is_same_v<T, uint8_t>) {
-    status = kernels::LaneMatches8u_C4(lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0),
-                                       words_ + 2);
+    status = (follows ? kernels::NextLaneMatches8u_C4 : kernels::LaneMatches8u_C4)(
+        lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0), words_ + 2);
   } else {
-    status = kernels::LaneMatches32f_C4(lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0),
-                                        words_ + 2);
+    status = (follows ? kernels::NextLaneMatches32f_C4 : kernels::LaneMatches32f_C4)(
+        lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0), words_ + 2);
   }
   if (status != kernels::kOk) return false;
   const ptrdiff_t words = kernels::LaneWords(count);
@@ -681,7 +683,7 @@ bool StepSearch<T>::Walk() {
     uint64_t* const markRows[3] = {marks + (outer - 1) * markPitch, marks + outer * markPitch,
                                    marks + (outer + 1) * markPitch};
     if (planes) {
-      if (!FillPlanes(lane, innerExtent)) return false;
+      if (!FillPlanes(lane, innerExtent, outer > 1)) return false;
     } else if constexpr (kAlongRows) {
       // The line that becomes the lanes' last two lines on, which gives memory a whole
       // line's walk to deliver it; near the end it lies in the border. The strip down the

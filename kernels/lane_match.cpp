@@ -1,5 +1,6 @@
 #include "kernels/lane_match.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -65,9 +66,46 @@ Status CheckArguments(const T* before, const T* centre, const T* after, int32_t 
   return AreThreeChannels(at) ? kOk : kBadChannel;
 }
 
-void ClearPlanes(uint64_t* planes, ptrdiff_t planePitch, int32_t count) {
-  for (int32_t k = 0; k < kLanePlanes; ++k)
-    std::memset(planes + k * planePitch, 0, sizeof(uint64_t) * LaneWords(count));
+void ClearPlanes(uint64_t* planes, ptrdiff_t planePitch, int32_t count,
+                 uint32_t which = PlanesCompared(true)) {
+  for (int32_t k = 0; k < kLanePlanes; ++k) {
+    if ((which >> k & 1U) != 0)
+      std::memset(planes + k * planePitch, 0, sizeof(uint64_t) * LaneWords(count));
+  }
+}
+
+// The lane before's relations with the centre, from the line before's lane after: S0(p + d)
+// against C(p) is that line's S1(q - d) against C(q) at q = p + d. Positions whose q falls
+// outside the line are compared here.
+template <typename T, typename Tolerance>
+void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPositions at,
+                     Tolerance tolerance, uint64_t* planes, ptrdiff_t pitch) {
+  const ptrdiff_t words = LaneWords(count);
+  const uint64_t lastWord = count % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (count % 64)) - 1;
+  const auto pixel = [](const T* lane, ptrdiff_t p) { return lane + 4 * p; };
+  const auto shifted = [&](int32_t from, int32_t to, int32_t d) {
+    const uint64_t* source = planes + from * pitch;
+    uint64_t* target = planes + to * pitch;
+    const auto word = [&](ptrdiff_t w) { return w >= 0 && w < words ? source[w] : 0; };
+    for (ptrdiff_t w = 0; w < words; ++w) {
+      uint64_t bits = word(w);
+      if (d > 0) bits = (bits >> d) | (word(w + 1) << (64 - d));
+      if (d < 0) bits = (bits << -d) | (word(w - 1) >> (64 + d));
+      target[w] = w + 1 == words ? bits & lastWord : bits;
+    }
+  };
+  for (int32_t d = -2; d <= 2; ++d) {
+    if (d == 1) continue;  // compared with its differences in all
+    shifted(SideMatchPlane(1, -d), SideMatchPlane(0, d), d);
+    const int32_t first = d > 0 ? std::max(count - d, 0) : 0;
+    const int32_t last = d > 0 ? count : std::min(-d, count);
+    for (int32_t p = first; p < last; ++p) {
+      const uint32_t relation = Compare(pixel(before, p + d), pixel(centre, p), at, tolerance);
+      planes[SideMatchPlane(0, d) * pitch + (p >> 6)] |= static_cast<uint64_t>(relation & 1U)
+                                                         << (p & 63);
+    }
+  }
+  shifted(SideDiffersPlane(1, 0), SideDiffersPlane(0, 0), 0);
 }
 
 }  // namespace
@@ -84,12 +122,32 @@ Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint
     const uint32_t colourBytes =
         (0xFFu << (8 * at.blue)) | (0xFFu << (8 * at.green)) | (0xFFu << (8 * at.red));
     if (vector::LaneMatches8u(before, centre, after, count, colourBytes, tolerance, planes,
-                              planePitch) == count) {
+                              planePitch, true) == count) {
       return kOk;
     }
   }
   PlainMatches(before, centre, after, count, at, tolerance, planes, planePitch);
   return kOk;
+}
+
+Status NextLaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                            int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
+                            ptrdiff_t planePitch) {
+  if (Status s = CheckArguments(before, centre, after, count, at, planes, planePitch); s != kOk) {
+    return s;
+  }
+  tolerance = tolerance < 0 ? 0 : tolerance > 255 ? 255 : tolerance;
+  if (!UseReferenceKernels()) {
+    ShiftSidePlanes(before, centre, count, at, tolerance, planes, planePitch);
+    ClearPlanes(planes, planePitch, count, PlanesCompared(false));
+    const uint32_t colourBytes =
+        (0xFFu << (8 * at.blue)) | (0xFFu << (8 * at.green)) | (0xFFu << (8 * at.red));
+    if (vector::LaneMatches8u(before, centre, after, count, colourBytes, tolerance, planes,
+                              planePitch, false) == count) {
+      return kOk;
+    }
+  }
+  return LaneMatches8u_C4(before, centre, after, count, at, tolerance, planes, planePitch);
 }
 
 Status LaneMatches32f_C4(const float* before, const float* centre, const float* after,
@@ -103,12 +161,31 @@ Status LaneMatches32f_C4(const float* before, const float* centre, const float* 
     uint32_t colourLanes[4] = {};
     colourLanes[at.blue] = colourLanes[at.green] = colourLanes[at.red] = ~0U;
     if (vector::LaneMatches32f(before, centre, after, count, colourLanes, tolerance, planes,
-                               planePitch) == count) {
+                               planePitch, true) == count) {
       return kOk;
     }
   }
   PlainMatches(before, centre, after, count, at, tolerance, planes, planePitch);
   return kOk;
+}
+
+Status NextLaneMatches32f_C4(const float* before, const float* centre, const float* after,
+                             int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
+                             ptrdiff_t planePitch) {
+  if (Status s = CheckArguments(before, centre, after, count, at, planes, planePitch); s != kOk) {
+    return s;
+  }
+  if (!UseReferenceKernels()) {
+    ShiftSidePlanes(before, centre, count, at, tolerance, planes, planePitch);
+    ClearPlanes(planes, planePitch, count, PlanesCompared(false));
+    uint32_t colourLanes[4] = {};
+    colourLanes[at.blue] = colourLanes[at.green] = colourLanes[at.red] = ~0U;
+    if (vector::LaneMatches32f(before, centre, after, count, colourLanes, tolerance, planes,
+                               planePitch, false) == count) {
+      return kOk;
+    }
+  }
+  return LaneMatches32f_C4(before, centre, after, count, at, tolerance, planes, planePitch);
 }
 
 }  // namespace vitrella::kernels

@@ -44,6 +44,31 @@ Status LaneMatches32f_C4(const float* before, const float* centre, const float* 
                          int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
                          ptrdiff_t planePitch);
 
+// The planes of the line after the one whose planes `planes` still hold, with the same
+// count: that line's centre lane is this one's lane before, and its lane after this
+// centre. The relations of this lane before with the centre are those of that line's lane
+// after with its centre, shifted along the line, and are not compared again; what they
+// cannot give at a line's ends is. The planes come out as LaneMatches gives them.
+Status NextLaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                            int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
+                            ptrdiff_t planePitch);
+Status NextLaneMatches32f_C4(const float* before, const float* centre, const float* after,
+                             int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
+                             ptrdiff_t planePitch);
+
+// The planes a line's matches compare afresh: all of them, or, where the line before's
+// planes are still in place, all but those that follow from them.
+constexpr uint32_t PlanesCompared(bool sideBefore) {
+  uint32_t planes = (1U << kLanePlanes) - 1;
+  if (!sideBefore) {
+    for (int32_t d = -2; d <= 2; ++d) {
+      if (d != 1) planes &= ~(1U << SideMatchPlane(0, d));
+    }
+    planes &= ~(1U << SideDiffersPlane(0, 0));
+  }
+  return planes;
+}
+
 // Words each plane needs for count positions.
 constexpr ptrdiff_t LaneWords(int32_t count) {
   return (static_cast<ptrdiff_t>(count) + 63) / 64;

@@ -21,19 +21,21 @@ inline void PutBits(uint64_t* plane, int32_t p, uint64_t bits, int32_t n) {
 
 // Each plane's bits a whole word at a time where 64 positions remain, from the blocks of
 // `pixels` that make it up, then the rest block by block, the last one ending at count
-// and overlapping the one before it: no lane is read past position count + 1.
+// and overlapping the one before it: no lane is read past position count + 1. Only the
+// planes in `written` change.
 template <typename Block>
 void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t planePitch,
-                Block block) {
+                uint32_t written, Block block) {
   int32_t p = 0;
-  uint64_t word[kLanePlanes];
+  uint64_t word[kLanePlanes] = {};
   for (; p + 64 <= count; p += 64) {
-    for (uint64_t& bits : word)
-      bits = 0;
-    for (int32_t j = 0; j < 64; j += pixels)
+    // The first block sets the words, which saves clearing them for every word.
+    block(p, [&](int32_t plane, uint64_t bits) { word[plane] = bits; });
+    for (int32_t j = pixels; j < 64; j += pixels)
       block(p + j, [&](int32_t plane, uint64_t bits) { word[plane] |= bits << j; });
-    for (int32_t k = 0; k < kLanePlanes; ++k)
-      planes[k * planePitch + p / 64] = word[k];
+    for (int32_t k = 0; k < kLanePlanes; ++k) {
+      if ((written >> k & 1U) != 0) planes[k * planePitch + p / 64] = word[k];
+    }
   }
   const auto put = [&](int32_t at) {
     block(at, [&](int32_t plane, uint64_t bits) {
@@ -50,10 +52,10 @@ void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t plane
 // differs in all where every one is.
 int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                       int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
-                      ptrdiff_t planePitch) {
+                      ptrdiff_t planePitch, bool sideBefore) {
 #if HWY_TARGET == HWY_SCALAR  // one-lane vectors cannot hold the bytes of a pixel
   (void)before, (void)centre, (void)after, (void)count, (void)colourBytes, (void)tolerance;
-  (void)planes, (void)planePitch;
+  (void)planes, (void)planePitch, (void)sideBefore;
   return 0;
 #else
   const hn::ScalableTag<uint32_t> d;
@@ -76,7 +78,8 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
   };
   const uint64_t all = n == 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
   const uint8_t* sides[2] = {before, after};
-  EveryBlock(count, n, planes, planePitch, [&](int32_t p, auto put) {
+  const uint32_t written = PlanesCompared(sideBefore);
+  EveryBlock(count, n, planes, planePitch, written, [&](int32_t p, auto put) {
     const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
     put(kCentreSelf, all);
     put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
@@ -84,6 +87,7 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
     put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
+        if ((written >> SideMatchPlane(side, dp) & 1U) == 0) continue;
         const auto over = beyond(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp), c);
         put(SideMatchPlane(side, dp), bitsOf(hn::Eq(over, zero)));
         if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), bitsOf(hn::Eq(over, colour)));
@@ -100,7 +104,7 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
 // always counting as true.
 int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
                        const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
-                       ptrdiff_t planePitch) {
+                       ptrdiff_t planePitch, bool sideBefore) {
   const hn::ScalableTag<float> d;
   const auto lanes = static_cast<int32_t>(hn::Lanes(d));
   constexpr int32_t kBlock = 16;
@@ -121,7 +125,8 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
     return (bits | bits >> 24) & 0xFFFFULL;
   };
   const float* sides[2] = {before, after};
-  EveryBlock(count, kBlock, planes, planePitch, [&](int32_t p, auto put) {
+  const uint32_t written = PlanesCompared(sideBefore);
+  EveryBlock(count, kBlock, planes, planePitch, written, [&](int32_t p, auto put) {
     const float* c = centre + 4 * static_cast<ptrdiff_t>(p);
     // One comparison of the block: `other` against the centre, lane bits of each vector.
     const auto compare = [&](const float* other, auto test) {
@@ -143,6 +148,7 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
     put(kCentreBack3, compare(c - 12, within));
     for (int32_t side = 0; side < 2; ++side) {
       for (int32_t dp = -2; dp <= 2; ++dp) {
+        if ((written >> SideMatchPlane(side, dp) & 1U) == 0) continue;
         const float* other = sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp);
         put(SideMatchPlane(side, dp), compare(other, within));
         if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), compare(other, beyond));
@@ -163,16 +169,16 @@ HWY_EXPORT(LaneMatches32f);
 
 int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                       int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
-                      ptrdiff_t planePitch) {
+                      ptrdiff_t planePitch, bool sideBefore) {
   return HWY_DYNAMIC_DISPATCH(LaneMatches8u)(before, centre, after, count, colourBytes, tolerance,
-                                             planes, planePitch);
+                                             planes, planePitch, sideBefore);
 }
 
 int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
                        const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
-                       ptrdiff_t planePitch) {
+                       ptrdiff_t planePitch, bool sideBefore) {
   return HWY_DYNAMIC_DISPATCH(LaneMatches32f)(before, centre, after, count, colourLanes, tolerance,
-                                              planes, planePitch);
+                                              planes, planePitch, sideBefore);
 }
 
 }  // namespace vitrella::kernels::vector

@@ -103,6 +103,64 @@ TEST_P(LaneKernels, LaneMatchesAreTheComparisonsOfEachPair) {
   }
 }
 
+// Four lanes: the planes of the last three, made from those of the first three still in
+// place, and made afresh.
+template <typename T, typename Tolerance>
+void ExpectNextPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at,
+                      Tolerance tolerance) {
+  const size_t laneLength = 4 * (static_cast<size_t>(count) + 4);
+  const auto lane = [&](size_t l) { return lanes.data() + l * laneLength + 8; };
+  const ptrdiff_t pitch = LaneWords(count) + 1;
+  std::vector<uint64_t> next(static_cast<size_t>(pitch) * kLanePlanes, ~uint64_t{0});
+  std::vector<uint64_t> fresh = next;
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    ASSERT_EQ(LaneMatches8u_C4(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch),
+              kOk);
+    ASSERT_EQ(
+        NextLaneMatches8u_C4(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch),
+        kOk);
+    ASSERT_EQ(
+        LaneMatches8u_C4(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch),
+        kOk);
+  } else {
+    ASSERT_EQ(
+        LaneMatches32f_C4(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch),
+        kOk);
+    ASSERT_EQ(
+        NextLaneMatches32f_C4(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch),
+        kOk);
+    ASSERT_EQ(
+        LaneMatches32f_C4(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch),
+        kOk);
+  }
+  for (int32_t k = 0; k < kLanePlanes; ++k) {
+    for (ptrdiff_t w = 0; w < LaneWords(count); ++w) {
+      ASSERT_EQ(next[static_cast<size_t>(k * pitch + w)], fresh[static_cast<size_t>(k * pitch + w)])
+          << "plane " << k << " word " << w << " count " << count;
+    }
+  }
+}
+
+TEST_P(LaneKernels, NextLaneMatchesAreThoseMadeAfresh) {
+  std::mt19937 random(9);
+  for (const ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
+    for (const int32_t count : {0, 1, 2, 3, 4, 17, 63, 64, 65, 130}) {
+      std::vector<uint8_t> bytes(4 * 4 * (static_cast<size_t>(count) + 4));
+      for (uint8_t& b : bytes)
+        b = static_cast<uint8_t>(random() % 4 * 60);
+      std::vector<float> floats(bytes.begin(), bytes.end());
+      for (float& f : floats) {
+        f /= 255.0f;
+        if (random() % 50 == 0) f = std::numeric_limits<float>::quiet_NaN();
+      }
+      for (const int32_t tolerance : {0, 60, 255}) {
+        ExpectNextPlanes(bytes, count, at, tolerance);
+        ExpectNextPlanes(floats, count, at, static_cast<float>(tolerance) / 255.0f);
+      }
+    }
+  }
+}
+
 TEST_P(LaneKernels, LaneMatchesRefuseWhatTheyCannotRead) {
   std::vector<uint8_t> pixels(64, 0);
   std::vector<uint64_t> planes(kLanePlanes, 0);
@@ -112,6 +170,8 @@ TEST_P(LaneKernels, LaneMatchesRefuseWhatTheyCannotRead) {
   EXPECT_EQ(LaneMatches8u_C4(p, p, p, -1, {}, 0, planes.data(), 1), kBadSize);
   EXPECT_EQ(LaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1), kBadPitch);
   EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {0, 0, 2}, 0, planes.data(), 1), kBadChannel);
+  EXPECT_EQ(NextLaneMatches8u_C4(p, nullptr, p, 1, {}, 0, planes.data(), 1), kNullPointer);
+  EXPECT_EQ(NextLaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1), kBadPitch);
 }
 
 // Only the colour channels of marked pixels change, whichever vector lane they fall in.
