@@ -52,9 +52,7 @@ enum Derived : int32_t {
   kDerivedPlanes
 };
 
-// A pixel's outcome as one byte. The walk's moves need only the five low bits, which are
-// packed from the derived planes of one running colour; a line's marks come from the
-// planes themselves, and the rest of the byte only from comparisons.
+// A pixel's outcome for one running colour as one byte, as the comparisons give it.
 enum CodeBit : uint32_t {
   kMatchBit = 1,
   kStepBit = 2,
@@ -65,12 +63,14 @@ enum CodeBit : uint32_t {
   kUpThreeBit = 64,
   kSoftenBit = 128,
 };
+// Where the planes know the running colour, the walk's moves need of each pixel only
+// whether it matches and whether it is a step, for each of the colours the planes know,
+// and how far the run ahead reaches: one byte per pixel, bit s and bit 3 + s for the
+// colour s + 1 behind, bits 6 and 7 for runs ahead of two and three. A line's marks come
+// from the planes themselves.
 constexpr int32_t kCodeSets = 3;
-constexpr int32_t kPackedCodeBits = 5;
-constexpr int32_t kCodePlanes[kCodeSets][kPackedCodeBits] = {
-    {kMatch1, kStep1, kDownTwo, kDownThree, kDownOne},
-    {kMatch2, kStep2, kDownTwo, kDownThree, kDownOne},
-    {kMatch3, kStep3, kDownTwo, kDownThree, kDownOne}};
+constexpr int32_t kPackedPlanes[8] = {kMatch1, kMatch2, kMatch3,  kStep1,
+                                      kStep2,  kStep3,  kDownTwo, kDownThree};
 
 // What the walk does at a pixel that does not match the running colour, by its code.
 struct Move {
@@ -121,28 +121,28 @@ inline void PrefetchLine(const void* start, size_t bytes) {
 #endif
 }
 
-// Where the walk goes from a pixel whose code the planes give, in state s for the running
-// colour s + 1 behind it: how far it moves, and the state at the pixel it reaches,
-// kLostColour where the planes no longer know the colour there. A matching pixel moves the
-// walk on by one, with the colour a pixel further behind; `states` code sets know it.
+// Where the walk goes from a pixel whose packed byte the planes give, in state s for the
+// running colour s + 1 behind it: how far it moves, and the state at the pixel it
+// reaches, kLostColour where the planes no longer know the colour there. A matching pixel
+// moves the walk on by one, with the colour a pixel further behind; `states` states
+// know it.
 struct Hop {
   uint8_t advance;
   uint8_t state;
 };
 constexpr uint32_t kLostColour = kCodeSets;
 
-constexpr uint32_t kPackedCodes = 1U << kPackedCodeBits;
-
-std::array<Hop, kPackedCodes * kCodeSets> Hops(bool alongRows, uint32_t states) {
-  std::array<Hop, kPackedCodes * kCodeSets> hops{};
+std::array<Hop, 256 * kCodeSets> Hops(bool alongRows, uint32_t states) {
+  std::array<Hop, 256 * kCodeSets> hops{};
   for (uint32_t state = 0; state < kCodeSets; ++state) {
-    for (uint32_t code = 0; code < kPackedCodes; ++code) {
-      const auto down = static_cast<uint8_t>(1 + ((code & kDownTwoBit) != 0 ? 1 : 0) +
-                                             ((code & kDownThreeBit) != 0 ? 1 : 0));
-      Hop& hop = hops[(state << kPackedCodeBits) | code];
-      if ((code & kMatchBit) != 0) {
+    for (uint32_t packed = 0; packed < 256; ++packed) {
+      const bool match = (packed >> state & 1U) != 0;
+      const bool step = (packed >> (3 + state) & 1U) != 0;
+      const auto down = static_cast<uint8_t>(1 + (packed >> 6 & 1U) + (packed >> 7 & 1U));
+      Hop& hop = hops[(state << 8) | packed];
+      if (match) {
         hop = {1, static_cast<uint8_t>(state + 1 < states ? state + 1 : kLostColour)};
-      } else if ((code & kStepBit) == 0) {
+      } else if (!step) {
         hop = {1, 0};
       } else if (alongRows) {
         hop = {static_cast<uint8_t>(down + 1), 1};
@@ -330,9 +330,8 @@ class StepSearch {
 #endif
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
-      codeShift_ = std::bit_width(static_cast<uint64_t>(64 * words_ - 1));
       codeSets_ = softenLines ? 2 : kCodeSets;
-      codes_.assign(size_t{kCodeSets} << codeShift_, 0);
+      codes_.assign(static_cast<size_t>(64 * words_), 0);
       visited_.assign(static_cast<size_t>(words_ + 2) * (kCodeSets + 6), 0);
     }
   }
@@ -407,6 +406,16 @@ class StepSearch {
   uint64_t* DerivedPlane(int32_t k) {
     return Plane(kernels::kLanePlanes + k);
   }
+  // How far the run ahead of a pixel reaches, which the planes know for any running
+  // colour, as code bits.
+  uint32_t KnownAhead(int32_t inner) const {
+    const auto bit = [&](int32_t k) {
+      const ptrdiff_t at = (kernels::kLanePlanes + k) * (words_ + 2) + 1 + (inner >> 6);
+      return static_cast<uint32_t>(planes_[static_cast<size_t>(at)] >> (inner & 63)) & 1U;
+    };
+    return (bit(kDownOne) * kDownOneBit) | (bit(kDownTwo) * kDownTwoBit) |
+           (bit(kDownThree) * kDownThreeBit);
+  }
   bool FillPlanes(const T* const lane[3], int32_t count, bool follows);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
   uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
@@ -436,11 +445,8 @@ class StepSearch {
   uint32_t channelBits_ = 0;  // bit 4 k + c for colour channel c of pixel k
 #endif
   std::vector<uint64_t> planes_;
-  // Per position, for the running colour 1 behind, then 1 << codeShift_ on for it 2
-  // behind, and as far again for 3.
-  std::vector<uint8_t> codes_;
-  int32_t codeShift_ = 0;
-  // Code sets in use: the third only where lines are not softened.
+  std::vector<uint8_t> codes_;  // the packed byte of each position
+  // Running colours the planes follow: the third only where lines are not softened.
   int32_t codeSets_ = 2;
   std::vector<uint64_t> visited_;
   const T* running_ = kBlack;  // a source pixel, or black at the start
@@ -464,17 +470,10 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follo
   for (int32_t k = 0; k < kernels::kLanePlanes; ++k)
     Plane(k)[words] = 0;  // a longer line of the other pass may have left bits there
   DerivePlanes(Plane(0), words_ + 2, words, DerivedPlane(0));
-  for (int32_t behind = 0; behind < codeSets_; ++behind) {
-    const uint64_t* planes[kPackedCodeBits];
-    for (int32_t k = 0; k < kPackedCodeBits; ++k)
-      planes[k] = DerivedPlane(kCodePlanes[behind][k]);
-    if (kernels::PackBitPlanes(planes, kPackedCodeBits, words,
-                               codes_.data() + (static_cast<ptrdiff_t>(behind) << codeShift_)) !=
-        kernels::kOk) {
-      return false;
-    }
-  }
-  return true;
+  const uint64_t* planes[8];
+  for (int32_t k = 0; k < 8; ++k)
+    planes[k] = DerivedPlane(kPackedPlanes[k]);
+  return kernels::PackBitPlanes(planes, 8, words, codes_.data()) == kernels::kOk;
 }
 
 // The code of a pixel that does not match the running colour, from its colours: the
@@ -508,8 +507,7 @@ uint32_t StepSearch<T>::CodeByComparing(const T* const lane[3], int32_t inner, b
     return count;
   };
   // With planes the run ahead comes for nothing, and without it no step can be.
-  const uint32_t known =
-      planes ? uint32_t{codes_[static_cast<size_t>(inner)]} : uint32_t{kDownOneBit};
+  const uint32_t known = planes ? KnownAhead(inner) : uint32_t{kDownOneBit};
   const int32_t up = (known & kDownOneBit) != 0 ? std::max(run(0, 2, 0), run(2, 2, 0)) : 0;
   int32_t down = 0;
   if (up != 0) {
@@ -547,8 +545,7 @@ uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
   const auto upTo = [&](int32_t side) {
     return kRunFromTop[behind[1].matches & ~behind[side].matches & 7U];
   };
-  const uint32_t known =
-      planes ? uint32_t{codes_[static_cast<size_t>(inner)]} : uint32_t{kDownOneBit};
+  const uint32_t known = planes ? KnownAhead(inner) : uint32_t{kDownOneBit};
   const int32_t up = (known & kDownOneBit) != 0 ? std::max(upTo(0), upTo(2)) : 0;
   int32_t down = 0;
   if (up != 0) {
@@ -671,8 +668,7 @@ bool StepSearch<T>::Walk() {
   uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
   const std::array<Move, 128> moves = Moves(kAlongRows, softenLines_);
-  const std::array<Hop, kPackedCodes* kCodeSets> hops =
-      Hops(kAlongRows, static_cast<uint32_t>(codeSets_));
+  const std::array<Hop, 256 * kCodeSets> hops = Hops(kAlongRows, static_cast<uint32_t>(codeSets_));
   const bool planes = !planes_.empty() && end > 3;
   const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
@@ -717,17 +713,17 @@ bool StepSearch<T>::Walk() {
         do {
           from = inner;
           last = state;
-          code = codes[(static_cast<ptrdiff_t>(state) << codeShift_) + inner];
+          code = codes[inner];
           visited[static_cast<ptrdiff_t>(state) * visitedPitch + (inner >> 6)] |=
-              static_cast<uint64_t>(~code & kMatchBit) << (inner & 63);
-          const Hop hop = hops[(state << kPackedCodeBits) | code];
+              static_cast<uint64_t>(~code >> state & 1U) << (inner & 63);
+          const Hop hop = hops[(state << 8) | code];
           inner += hop.advance;
           state = hop.state;
         } while (state < kLostColour && inner < end);
         if (state < kLostColour) {
           behind = static_cast<int32_t>(state) + 1;
           running_ = lane[1] + 4 * static_cast<ptrdiff_t>(inner - behind);
-        } else if ((code & kMatchBit) != 0) {
+        } else if ((code >> last & 1U) != 0) {
           behind = 0;
           running_ = lane[1] + 4 * static_cast<ptrdiff_t>(from - 1 - static_cast<int32_t>(last));
         } else {
