@@ -155,7 +155,8 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
   }
   // The destination starts as the source, alpha included; only marked pixels change, in
   // their colours. Both copies take each source row while it is in the cache, so the
-  // source is read once.
+  // source is read once; the destination's copy bypasses the caches, since the search
+  // reads only the bordered one.
   const int32_t pixelBytes = src.pixelBytes;
   const kernels::ConstImageView picture = src.View().Sub(0, 0, width, height, pixelBytes);
   const kernels::ImageView inside =
@@ -165,7 +166,8 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
     const kernels::ConstImageView row = picture.Sub(0, y, width, 1, pixelBytes);
     if (kernels::CopyPixels(row, inside.Sub(0, y, width, 1, pixelBytes), pixelBytes) !=
             kernels::kOk ||
-        kernels::CopyPixels(row, out.Sub(0, y, width, 1, pixelBytes), pixelBytes) != kernels::kOk) {
+        kernels::StreamPixels(row, out.Sub(0, y, width, 1, pixelBytes), pixelBytes) !=
+            kernels::kOk) {
       return false;
     }
   }

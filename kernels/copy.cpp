@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "kernels/dispatch.h"
+#include "kernels/stream_hwy.h"
 #include "kernels/transpose_hwy.h"
 
 namespace vitrella::kernels {
@@ -91,6 +92,19 @@ Status CopyPixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
   }
   for (int32_t y = 0; y < size.height; ++y)
     std::memmove(dst.Row(y), src.Row(y), rowBytes);
+  return kOk;
+}
+
+Status StreamPixels(ConstImageView src, ImageView dst, int32_t pixelBytes) {
+  if (Status s = CheckViews(src, dst); s != kOk) return s;
+  if (pixelBytes < 1) return kBadSize;
+  if (UseReferenceKernels()) return CopyPixels(src, dst, pixelBytes);
+  const Size size = MinSize(src.Extent(), dst.Extent());
+  const size_t rowBytes = static_cast<size_t>(size.width) * pixelBytes;
+  for (int32_t y = 0; y < size.height; ++y) {
+    if (!vector::StreamBytes(src.Row(y), dst.Row(y), rowBytes))
+      std::memcpy(dst.Row(y), src.Row(y), rowBytes);
+  }
   return kOk;
 }
 

@@ -10,6 +10,11 @@ namespace vitrella::kernels {
 // Copies the common extent of the two views, pixelBytes per pixel.
 Status CopyPixels(ConstImageView src, ImageView dst, int32_t pixelBytes);
 
+// The same copy, its stores past the caches where the processor has such stores: for a
+// destination that nothing reads soon, which then neither fetches its lines first nor
+// pushes out what the caches hold. The views must not overlap.
+Status StreamPixels(ConstImageView src, ImageView dst, int32_t pixelBytes);
+
 // Fills the margins of a view from the rectangle inside them by repeating the nearest
 // edge pixel of that rectangle.
 Status ReplicateBorder(ImageView frame, int32_t pixelBytes, int32_t left, int32_t top,

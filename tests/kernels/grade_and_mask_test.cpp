@@ -364,6 +364,30 @@ TEST_P(GradeAndMask, TransposesPixelsOfEverySize) {
   }
 }
 
+// The copy past the caches gives the plain copy's bytes whatever the destination's
+// alignment and the rows' length, and leaves the bytes around the rows alone.
+TEST_P(GradeAndMask, StreamedCopiesAreThePlainCopy) {
+  for (const int32_t width : {1, 7, 64, 333}) {
+    for (const size_t offset : {0, 1, 12}) {
+      constexpr int32_t kRows = 3;
+      const std::vector<uint8_t> src = RandomBytes(static_cast<size_t>(width) * kRows * 4, 7);
+      std::vector<uint8_t> dst(static_cast<size_t>(width + 5) * kRows * 4 + offset, 0xCD);
+      const ConstImageView from{src.data(), static_cast<ptrdiff_t>(width) * 4, width, kRows};
+      const ImageView to{dst.data() + offset, static_cast<ptrdiff_t>(width + 5) * 4, width, kRows};
+      ASSERT_EQ(StreamPixels(from, to, 4), kOk);
+      for (int32_t y = 0; y < kRows; ++y) {
+        for (int32_t b = 0; b < (width + 5) * 4; ++b) {
+          const uint8_t want = b < width * 4 ? src[static_cast<size_t>(y * width * 4 + b)] : 0xCD;
+          ASSERT_EQ(to.Row(y)[b], want) << width << " wide, offset " << offset << ", row " << y;
+        }
+      }
+    }
+  }
+  std::vector<uint8_t> bytes(16);
+  EXPECT_EQ(StreamPixels(ConstImageView{nullptr, 16, 4, 1}, View(bytes, 4, 1, 4), 4), kNullPointer);
+  EXPECT_EQ(StreamPixels(View(bytes, 4, 1, 4), View(bytes, 4, 1, 4), 0), kBadSize);
+}
+
 INSTANTIATE_ON_EVERY_KERNEL_PATH(GradeAndMask);
 
 }  // namespace
