@@ -108,84 +108,72 @@ void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPosi
   shifted(SideDiffersPlane(1, 0), SideDiffersPlane(0, 0), 0);
 }
 
+// The vector pass over a line, which reports how many positions it covered.
+int32_t VectorMatches(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                      int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
+                      ptrdiff_t pitch, bool sideBefore) {
+  const uint32_t colourBytes =
+      (0xFFu << (8 * at.blue)) | (0xFFu << (8 * at.green)) | (0xFFu << (8 * at.red));
+  return vector::LaneMatches8u(before, centre, after, count, colourBytes, tolerance, planes, pitch,
+                               sideBefore);
+}
+int32_t VectorMatches(const float* before, const float* centre, const float* after, int32_t count,
+                      ColourPositions at, float tolerance, uint64_t* planes, ptrdiff_t pitch,
+                      bool sideBefore) {
+  uint32_t colourLanes[4] = {};
+  colourLanes[at.blue] = colourLanes[at.green] = colourLanes[at.red] = ~0U;
+  return vector::LaneMatches32f(before, centre, after, count, colourLanes, tolerance, planes, pitch,
+                                sideBefore);
+}
+
+// A line's planes, with `follows` from the line before's still in place. Where the vector
+// pass cannot cover the line, every plane is compared pixel by pixel.
+template <typename T, typename Tolerance>
+Status Matches(const T* before, const T* centre, const T* after, int32_t count, ColourPositions at,
+               Tolerance tolerance, uint64_t* planes, ptrdiff_t pitch, bool follows) {
+  if (Status s = CheckArguments(before, centre, after, count, at, planes, pitch); s != kOk) {
+    return s;
+  }
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    tolerance = tolerance < 0 ? 0 : tolerance > 255 ? 255 : tolerance;
+  }
+  if (!UseReferenceKernels()) {
+    if (follows) ShiftSidePlanes(before, centre, count, at, tolerance, planes, pitch);
+    ClearPlanes(planes, pitch, count, PlanesCompared(!follows));
+    if (VectorMatches(before, centre, after, count, at, tolerance, planes, pitch, !follows) ==
+        count) {
+      return kOk;
+    }
+  }
+  ClearPlanes(planes, pitch, count);
+  PlainMatches(before, centre, after, count, at, tolerance, planes, pitch);
+  return kOk;
+}
+
 }  // namespace
 
 Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                         int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
                         ptrdiff_t planePitch) {
-  if (Status s = CheckArguments(before, centre, after, count, at, planes, planePitch); s != kOk) {
-    return s;
-  }
-  tolerance = tolerance < 0 ? 0 : tolerance > 255 ? 255 : tolerance;
-  ClearPlanes(planes, planePitch, count);
-  if (!UseReferenceKernels()) {
-    const uint32_t colourBytes =
-        (0xFFu << (8 * at.blue)) | (0xFFu << (8 * at.green)) | (0xFFu << (8 * at.red));
-    if (vector::LaneMatches8u(before, centre, after, count, colourBytes, tolerance, planes,
-                              planePitch, true) == count) {
-      return kOk;
-    }
-  }
-  PlainMatches(before, centre, after, count, at, tolerance, planes, planePitch);
-  return kOk;
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, false);
 }
 
 Status NextLaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                             int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
                             ptrdiff_t planePitch) {
-  if (Status s = CheckArguments(before, centre, after, count, at, planes, planePitch); s != kOk) {
-    return s;
-  }
-  tolerance = tolerance < 0 ? 0 : tolerance > 255 ? 255 : tolerance;
-  if (!UseReferenceKernels()) {
-    ShiftSidePlanes(before, centre, count, at, tolerance, planes, planePitch);
-    ClearPlanes(planes, planePitch, count, PlanesCompared(false));
-    const uint32_t colourBytes =
-        (0xFFu << (8 * at.blue)) | (0xFFu << (8 * at.green)) | (0xFFu << (8 * at.red));
-    if (vector::LaneMatches8u(before, centre, after, count, colourBytes, tolerance, planes,
-                              planePitch, false) == count) {
-      return kOk;
-    }
-  }
-  return LaneMatches8u_C4(before, centre, after, count, at, tolerance, planes, planePitch);
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, true);
 }
 
 Status LaneMatches32f_C4(const float* before, const float* centre, const float* after,
                          int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
                          ptrdiff_t planePitch) {
-  if (Status s = CheckArguments(before, centre, after, count, at, planes, planePitch); s != kOk) {
-    return s;
-  }
-  ClearPlanes(planes, planePitch, count);
-  if (!UseReferenceKernels()) {
-    uint32_t colourLanes[4] = {};
-    colourLanes[at.blue] = colourLanes[at.green] = colourLanes[at.red] = ~0U;
-    if (vector::LaneMatches32f(before, centre, after, count, colourLanes, tolerance, planes,
-                               planePitch, true) == count) {
-      return kOk;
-    }
-  }
-  PlainMatches(before, centre, after, count, at, tolerance, planes, planePitch);
-  return kOk;
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, false);
 }
 
 Status NextLaneMatches32f_C4(const float* before, const float* centre, const float* after,
                              int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
                              ptrdiff_t planePitch) {
-  if (Status s = CheckArguments(before, centre, after, count, at, planes, planePitch); s != kOk) {
-    return s;
-  }
-  if (!UseReferenceKernels()) {
-    ShiftSidePlanes(before, centre, count, at, tolerance, planes, planePitch);
-    ClearPlanes(planes, planePitch, count, PlanesCompared(false));
-    uint32_t colourLanes[4] = {};
-    colourLanes[at.blue] = colourLanes[at.green] = colourLanes[at.red] = ~0U;
-    if (vector::LaneMatches32f(before, centre, after, count, colourLanes, tolerance, planes,
-                               planePitch, false) == count) {
-      return kOk;
-    }
-  }
-  return LaneMatches32f_C4(before, centre, after, count, at, tolerance, planes, planePitch);
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, true);
 }
 
 }  // namespace vitrella::kernels
