@@ -113,26 +113,16 @@ void ExpectNextPlanes(const std::vector<T>& lanes, int32_t count, ColourPosition
   const ptrdiff_t pitch = LaneWords(count) + 1;
   std::vector<uint64_t> next(static_cast<size_t>(pitch) * kLanePlanes, ~uint64_t{0});
   std::vector<uint64_t> fresh = next;
-  if constexpr (std::is_same_v<T, uint8_t>) {
-    ASSERT_EQ(LaneMatches8u_C4(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch),
-              kOk);
-    ASSERT_EQ(
-        NextLaneMatches8u_C4(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch),
-        kOk);
-    ASSERT_EQ(
-        LaneMatches8u_C4(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch),
-        kOk);
-  } else {
-    ASSERT_EQ(
-        LaneMatches32f_C4(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch),
-        kOk);
-    ASSERT_EQ(
-        NextLaneMatches32f_C4(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch),
-        kOk);
-    ASSERT_EQ(
-        LaneMatches32f_C4(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch),
-        kOk);
-  }
+  const auto [matches, following] = [] {
+    if constexpr (std::is_same_v<T, uint8_t>) {
+      return std::pair{&LaneMatches8u_C4, &NextLaneMatches8u_C4};
+    } else {
+      return std::pair{&LaneMatches32f_C4, &NextLaneMatches32f_C4};
+    }
+  }();
+  ASSERT_EQ(matches(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch), kOk);
+  ASSERT_EQ(following(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch), kOk);
+  ASSERT_EQ(matches(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch), kOk);
   for (int32_t k = 0; k < kLanePlanes; ++k) {
     for (ptrdiff_t w = 0; w < LaneWords(count); ++w) {
       ASSERT_EQ(next[static_cast<size_t>(k * pitch + w)], fresh[static_cast<size_t>(k * pitch + w)])
