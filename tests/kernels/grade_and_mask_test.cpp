@@ -377,7 +377,8 @@ TEST_P(GradeAndMask, StreamedCopiesAreThePlainCopy) {
       ASSERT_EQ(StreamPixels(from, to, 4), kOk);
       for (int32_t y = 0; y < kRows; ++y) {
         for (int32_t b = 0; b < (width + 5) * 4; ++b) {
-          const uint8_t want = b < width * 4 ? src[static_cast<size_t>(y * width * 4 + b)] : 0xCD;
+          const size_t at = (static_cast<size_t>(y) * width * 4) + static_cast<size_t>(b);
+          const uint8_t want = b < width * 4 ? src[at] : 0xCD;
           ASSERT_EQ(to.Row(y)[b], want) << width << " wide, offset " << offset << ", row " << y;
         }
       }
