@@ -278,26 +278,28 @@ constexpr int32_t kRunFromTop[8] = {0, 0, 0, 0, 1, 1, 2, 3};
 constexpr int32_t kRunFromBottom[8] = {0, 1, 0, 2, 0, 1, 0, 3};
 
 #if defined(VITRELLA_STEP_FOUR_AT_ONCE)
-// Bit k for each nibble k of the low 16 bits that is all ones.
-inline uint32_t FullNibbles(uint32_t bits) {
-  const uint32_t full = bits & (bits >> 1) & (bits >> 2) & (bits >> 3) & 0x1111U;
-  return ((full * 0x249U) >> 9) & 0xFU;  // bits 0, 4, 8 and 12 to 9, 10, 11 and 12
-}
-
 // How four byte pixels from px stand to one colour, bit k for pixel k: where all three
 // colour channels lie within the tolerance of the colour's, and where all lie beyond it.
 struct FourRelations {
   uint32_t matches;
   uint32_t differ;
 };
+// `channels` holds all ones in the colour bytes of each pixel. A pixel matches where its
+// bytes within the tolerance, with the other byte counted in, make a whole word of ones;
+// it differs in all where no colour byte is within.
 inline FourRelations RelateFour(const uint8_t* px, __m128i colour, __m128i tolerance,
-                                uint32_t channelBits) {
+                                __m128i channels) {
   const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(px));
   const __m128i distance =
       _mm_or_si128(_mm_subs_epu8(pixels, colour), _mm_subs_epu8(colour, pixels));
-  const auto within = static_cast<uint32_t>(
-      _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_subs_epu8(distance, tolerance), _mm_setzero_si128())));
-  return {FullNibbles(within | ~channelBits), FullNibbles(~within | ~channelBits)};
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i within = _mm_cmpeq_epi8(_mm_subs_epu8(distance, tolerance), zero);
+  const __m128i ones = _mm_cmpeq_epi32(zero, zero);
+  const __m128i matches =
+      _mm_cmpeq_epi32(_mm_or_si128(within, _mm_andnot_si128(channels, ones)), ones);
+  const __m128i differ = _mm_cmpeq_epi32(_mm_and_si128(within, channels), zero);
+  return {static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(matches))),
+          static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(differ)))};
 }
 
 inline __m128i BroadcastPixel(const uint8_t* px) {
@@ -324,8 +326,10 @@ class StepSearch {
     if constexpr (std::is_same_v<T, uint8_t>) {
       fourAtOnce_ = tolerance >= 0 && tolerance <= 255;
       fourTolerance_ = _mm_set1_epi8(static_cast<char>(std::clamp(tolerance, 0, 255)));
+      uint32_t channels = 0;
       for (const int32_t c : {at_.blue, at_.green, at_.red})
-        channelBits_ |= 0x1111U << c;
+        channels |= 0xFFU << (8 * c);
+      fourChannels_ = _mm_set1_epi32(static_cast<int32_t>(channels));
     }
 #endif
     if (planes) {
@@ -438,11 +442,11 @@ class StepSearch {
   ptrdiff_t words_;
 #if defined(VITRELLA_STEP_FOUR_AT_ONCE)
   FourRelations Relate(const uint8_t* px, __m128i colour) const {
-    return RelateFour(px, colour, fourTolerance_, channelBits_);
+    return RelateFour(px, colour, fourTolerance_, fourChannels_);
   }
   bool fourAtOnce_ = false;  // the tolerance is a byte's
   __m128i fourTolerance_{};
-  uint32_t channelBits_ = 0;  // bit 4 k + c for colour channel c of pixel k
+  __m128i fourChannels_{};  // all ones in each pixel's colour bytes
 #endif
   std::vector<uint64_t> planes_;
   std::vector<uint8_t> codes_;  // the packed byte of each position
