@@ -80,21 +80,31 @@ void ExpectPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at
   }
 }
 
+// Lanes of count pixels with two pixels of margin on either side, as bytes and as the same
+// values in floats with some NaNs (and infinities); few values, so that all three
+// relations occur.
+struct RandomLaneValues {
+  std::vector<uint8_t> bytes;
+  std::vector<float> floats;
+};
+RandomLaneValues RandomLanes(size_t lanes, int32_t count, std::mt19937& random, bool infinities) {
+  std::vector<uint8_t> bytes(lanes * 4 * (static_cast<size_t>(count) + 4));
+  for (uint8_t& b : bytes)
+    b = static_cast<uint8_t>(random() % 4 * 60);
+  std::vector<float> floats(bytes.begin(), bytes.end());
+  for (float& f : floats) {
+    f /= 255.0f;
+    if (random() % 50 == 0) f = std::numeric_limits<float>::quiet_NaN();
+    if (infinities && random() % 50 == 0) f = std::numeric_limits<float>::infinity();
+  }
+  return {bytes, floats};
+}
+
 TEST_P(LaneKernels, LaneMatchesAreTheComparisonsOfEachPair) {
   std::mt19937 random(5);
   for (const ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
     for (const int32_t count : {0, 1, 3, 4, 17, 63, 64, 65, 130}) {
-      // Three lanes with two pixels of margin on either side; few values, so that all
-      // three relations occur.
-      std::vector<uint8_t> bytes(3 * 4 * (static_cast<size_t>(count) + 4));
-      for (uint8_t& b : bytes)
-        b = static_cast<uint8_t>(random() % 4 * 60);
-      std::vector<float> floats(bytes.begin(), bytes.end());
-      for (float& f : floats) {
-        f /= 255.0f;
-        if (random() % 50 == 0) f = std::numeric_limits<float>::quiet_NaN();
-        if (random() % 50 == 0) f = std::numeric_limits<float>::infinity();
-      }
+      const auto [bytes, floats] = RandomLanes(3, count, random, true);
       for (const int32_t tolerance : {0, 59, 60, 255}) {
         ExpectPlanes(bytes, count, at, tolerance);
         ExpectPlanes(floats, count, at, static_cast<float>(tolerance) / 255.0f);
@@ -135,14 +145,7 @@ TEST_P(LaneKernels, NextLaneMatchesAreThoseMadeAfresh) {
   std::mt19937 random(9);
   for (const ColourPositions at : {ColourPositions{0, 1, 2}, ColourPositions{3, 2, 1}}) {
     for (const int32_t count : {0, 1, 2, 3, 4, 17, 63, 64, 65, 130}) {
-      std::vector<uint8_t> bytes(4 * 4 * (static_cast<size_t>(count) + 4));
-      for (uint8_t& b : bytes)
-        b = static_cast<uint8_t>(random() % 4 * 60);
-      std::vector<float> floats(bytes.begin(), bytes.end());
-      for (float& f : floats) {
-        f /= 255.0f;
-        if (random() % 50 == 0) f = std::numeric_limits<float>::quiet_NaN();
-      }
+      const auto [bytes, floats] = RandomLanes(4, count, random, false);
       for (const int32_t tolerance : {0, 60, 255}) {
         ExpectNextPlanes(bytes, count, at, tolerance);
         ExpectNextPlanes(floats, count, at, static_cast<float>(tolerance) / 255.0f);
