@@ -63,14 +63,8 @@ enum CodeBit : uint32_t {
   kUpThreeBit = 64,
   kSoftenBit = 128,
 };
-// Where the planes know the running colour, the walk's moves need of each pixel only
-// whether it matches and whether it is a step, for each of the colours the planes know,
-// and how far the run ahead reaches: one byte per pixel, bit s and bit 3 + s for the
-// colour s + 1 behind, bits 6 and 7 for runs ahead of two and three. A line's marks come
-// from the planes themselves.
+// Running colours the planes follow: the pixel 1, 2 or 3 behind on the centre lane.
 constexpr int32_t kCodeSets = 3;
-constexpr int32_t kPackedPlanes[8] = {kMatch1, kMatch2, kMatch3,  kStep1,
-                                      kStep2,  kStep3,  kDownTwo, kDownThree};
 
 // What the walk does at a pixel that does not match the running colour, by its code.
 struct Move {
@@ -121,39 +115,39 @@ inline void PrefetchLine(const void* start, size_t bytes) {
 #endif
 }
 
-// Where the walk goes from a pixel whose packed byte the planes give, in state s for the
-// running colour s + 1 behind it: how far it moves, and the state at the pixel it
-// reaches, kLostColour where the planes no longer know the colour there. A matching pixel
-// moves the walk on by one, with the colour a pixel further behind; `states` states
-// know it.
-struct Hop {
-  uint8_t advance;
-  uint8_t state;
-};
-constexpr uint32_t kLostColour = kCodeSets;
+// Where the planes know the running colour, the walk's move at a pixel follows from
+// whether it matches the colour and whether it is a step, for the colour s + 1 behind
+// in state s, and from how far the run ahead reaches. Each pixel gets one byte per state,
+// position p's four at 4p: the walk is at 4p + s, and the byte is what it adds to get to
+// the next pixel it reaches in the state there. State kLostColour, where the planes no
+// longer know the colour, ends the walk through the bytes; the walk marks in a byte's top
+// bit that it passed there. A matching pixel moves the walk on by one, with the colour a
+// pixel further behind; `states` states know it.
+constexpr int32_t kLostColour = kCodeSets;
+constexpr uint8_t kPassed = 0x80;
+using HopTables = std::array<std::array<uint8_t, 16>, 4>;
 
-std::array<Hop, 256 * kCodeSets> Hops(bool alongRows, uint32_t states) {
-  std::array<Hop, 256 * kCodeSets> hops{};
-  for (uint32_t state = 0; state < kCodeSets; ++state) {
-    for (uint32_t packed = 0; packed < 256; ++packed) {
-      const bool match = (packed >> state & 1U) != 0;
-      const bool step = (packed >> (3 + state) & 1U) != 0;
-      const auto down = static_cast<uint8_t>(1 + (packed >> 6 & 1U) + (packed >> 7 & 1U));
-      Hop& hop = hops[(state << 8) | packed];
-      if (match) {
-        hop = {1, static_cast<uint8_t>(state + 1 < states ? state + 1 : kLostColour)};
-      } else if (!step) {
-        hop = {1, 0};
-      } else if (alongRows) {
-        hop = {static_cast<uint8_t>(down + 1), 1};
-      } else {
+// The byte of each state by the nibble of LookupBitNibbles: match, step, and runs ahead
+// of two and three.
+HopTables Hops(bool alongRows, int32_t states) {
+  HopTables tables{};
+  for (int32_t state = 0; state < kLostColour; ++state) {
+    for (uint32_t nibble = 0; nibble < 16; ++nibble) {
+      const int32_t down = 1 + static_cast<int32_t>((nibble >> 2 & 1U) + (nibble >> 3 & 1U));
+      int32_t advance = 1;
+      int32_t next = 0;
+      if ((nibble & 1U) != 0) {
+        next = state + 1 < states ? state + 1 : kLostColour;
+      } else if ((nibble & 2U) != 0) {
         // A step down the columns that reaches past one pixel takes the colour from
         // another line.
-        hop = down == 1 ? Hop{2, 1} : Hop{static_cast<uint8_t>(down + 1), kLostColour};
+        advance = down + 1;
+        next = alongRows || down == 1 ? 1 : kLostColour;
       }
+      tables[static_cast<size_t>(state)][nibble] = static_cast<uint8_t>(4 * advance + next - state);
     }
   }
-  return hops;
+  return tables;
 }
 
 // Sets up to 8 bits of a row of bits from position pos on.
@@ -335,7 +329,7 @@ class StepSearch {
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
       codeSets_ = softenLines ? 2 : kCodeSets;
-      codes_.assign(static_cast<size_t>(64 * words_), 0);
+      hopBytes_.assign(static_cast<size_t>(256 * words_), 0);
       visited_.assign(static_cast<size_t>(words_ + 2) * (kCodeSets + 6), 0);
     }
   }
@@ -420,7 +414,7 @@ class StepSearch {
     return (bit(kDownOne) * kDownOneBit) | (bit(kDownTwo) * kDownTwoBit) |
            (bit(kDownThree) * kDownThreeBit);
   }
-  bool FillPlanes(const T* const lane[3], int32_t count, bool follows);
+  bool FillPlanes(const T* const lane[3], int32_t count, bool follows, const HopTables& hops);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
   uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
   // Rows of bits for one line: where the walk moved with the running colour 1, 2 and 3
@@ -428,7 +422,7 @@ class StepSearch {
   uint64_t* Visited(int32_t k) {
     return visited_.data() + static_cast<ptrdiff_t>(k) * (words_ + 2) + 1;
   }
-  void MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words);
+  bool MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words);
 
   template <bool kAlongRows>
   bool Walk();
@@ -449,7 +443,7 @@ class StepSearch {
   __m128i fourChannels_{};  // all ones in each pixel's colour bytes
 #endif
   std::vector<uint64_t> planes_;
-  std::vector<uint8_t> codes_;  // the packed byte of each position
+  std::vector<uint8_t> hopBytes_;  // four bytes per position, one for each state
   // Running colours the planes follow: the third only where lines are not softened.
   int32_t codeSets_ = 2;
   std::vector<uint64_t> visited_;
@@ -460,7 +454,8 @@ class StepSearch {
 // With `follows`, the planes hold the line before in the same pass, from which the lane
 // before's relations follow.
 template <typename T>
-bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follows) {
+bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follows,
+                               const HopTables& hops) {
   kernels::Status status;
   if constexpr (std::is_same_v<T, uint8_t>) {
     status = (follows ? kernels::NextLaneMatches8u_C4 : kernels::LaneMatches8u_C4)(
@@ -474,10 +469,15 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follo
   for (int32_t k = 0; k < kernels::kLanePlanes; ++k)
     Plane(k)[words] = 0;  // a longer line of the other pass may have left bits there
   DerivePlanes(Plane(0), words_ + 2, words, DerivedPlane(0));
-  const uint64_t* planes[8];
-  for (int32_t k = 0; k < 8; ++k)
-    planes[k] = DerivedPlane(kPackedPlanes[k]);
-  return kernels::PackBitPlanes(planes, 8, words, codes_.data()) == kernels::kOk;
+  // The fourth state is the lost colour's, which the walk never reads.
+  const uint64_t* own[8] = {DerivedPlane(kMatch1), DerivedPlane(kMatch2), DerivedPlane(kMatch3),
+                            DerivedPlane(kMatch3), DerivedPlane(kStep1),  DerivedPlane(kStep2),
+                            DerivedPlane(kStep3),  DerivedPlane(kStep3)};
+  const uint64_t* shared[2] = {DerivedPlane(kDownTwo), DerivedPlane(kDownThree)};
+  uint8_t tables[4][16];
+  for (size_t k = 0; k < 4; ++k)
+    std::copy(hops[k].begin(), hops[k].end(), tables[k]);
+  return kernels::LookupBitNibbles(own, shared, tables, words, hopBytes_.data()) == kernels::kOk;
 }
 
 // The code of a pixel that does not match the running colour, from its colours: the
@@ -580,13 +580,21 @@ uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
 #endif
 }
 
-// Marks a line's moves made where the planes knew the running colour, from the rows of
-// bits of where they were made: a step marks `up` pixels behind it and `down` from it on
-// along the line, a softening the three lanes one pixel behind.
+// Marks a line's moves made where the planes knew the running colour, from the bytes in
+// which the walk noted where it passed in which state: a step marks `up` pixels behind it
+// and `down` from it on along the line, a softening the three lanes one pixel behind. A
+// pixel that matched the running colour only passed the walk on.
 template <typename T>
-void StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words) {
-  const uint64_t* visited[kCodeSets] = {Visited(0), Visited(1), Visited(2)};
+bool StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words) {
+  uint64_t* const passed[4] = {Visited(0), Visited(1), Visited(2), nullptr};
+  if (kernels::GatherHighBits4(hopBytes_.data(), words, passed) != kernels::kOk) return false;
   const auto derived = [&](int32_t k, ptrdiff_t w) { return DerivedPlane(k)[w]; };
+  for (ptrdiff_t w = 0; w < words; ++w) {
+    passed[0][w] &= ~derived(kMatch1, w);
+    passed[1][w] &= ~derived(kMatch2, w);
+    passed[2][w] &= ~derived(kMatch3, w);
+  }
+  const uint64_t* const visited[kCodeSets] = {passed[0], passed[1], passed[2]};
   // Per word: the steps, those whose runs reach two or three, and the softenings.
   uint64_t* parts = Visited(kCodeSets);
   const auto part = [&](int32_t k) { return parts + k * (words_ + 2); };
@@ -633,6 +641,7 @@ void StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words)
                       back(kStepsUpThree, w, 3);
     markRows[2][w] |= soften;
   }
+  return true;
 }
 
 // Transposes the columns of the bordered copy from image column `from` on into the strip,
@@ -672,7 +681,7 @@ bool StepSearch<T>::Walk() {
   uint64_t* const marks = kAlongRows ? marks_.rows : marks_.columns;
   const ptrdiff_t markPitch = kAlongRows ? marks_.rowPitch : marks_.columnPitch;
   const std::array<Move, 128> moves = Moves(kAlongRows, softenLines_);
-  const std::array<Hop, 256 * kCodeSets> hops = Hops(kAlongRows, static_cast<uint32_t>(codeSets_));
+  const HopTables hops = Hops(kAlongRows, codeSets_);
   const bool planes = !planes_.empty() && end > 3;
   const ptrdiff_t words = kernels::LaneWords(innerExtent);
   for (int32_t outer = 1; outer <= outerExtent - 2; ++outer) {
@@ -683,7 +692,7 @@ bool StepSearch<T>::Walk() {
     uint64_t* const markRows[3] = {marks + (outer - 1) * markPitch, marks + outer * markPitch,
                                    marks + (outer + 1) * markPitch};
     if (planes) {
-      if (!FillPlanes(lane, innerExtent, outer > 1)) return false;
+      if (!FillPlanes(lane, innerExtent, outer > 1, hops)) return false;
     } else if constexpr (kAlongRows) {
       // The line that becomes the lanes' last two lines on, which gives memory a whole
       // line's walk to deliver it; near the end it lies in the border. The strip down the
@@ -691,48 +700,39 @@ bool StepSearch<T>::Walk() {
       PrefetchLine(line(outer + 3) - 4 * kBorder,
                    static_cast<size_t>(innerExtent + 2 * kBorder) * 4 * sizeof(T));
     }
-    // Where the planes knew the running colour, the walk notes only where it moved, a bit
-    // per pixel, and marks from the planes once the line is done; elsewhere it marks as it
-    // goes.
-    uint64_t* const visited = Visited(0);
-    const ptrdiff_t visitedPitch = words_ + 2;
-    if (planes) {
-      for (int32_t k = 0; k < kCodeSets; ++k)
-        std::fill_n(visited + k * visitedPitch, words, 0);
-    }
-    // How far behind the pixel the centre lane holds the running colour: 1 to 3 where the
-    // planes know, 0 where it must be compared.
+    // Where the planes know the running colour, the walk notes only where it passed, and
+    // marks from the planes once the line is done; elsewhere it marks as it goes. `behind`
+    // is how far behind the pixel the centre lane holds the running colour: 1 to 3 where
+    // the planes know, 0 where it must be compared.
     int32_t behind = 0;
-    const uint8_t* const codes = codes_.data();
+    uint8_t* const hopBytes = hopBytes_.data();
+    const ptrdiff_t stop = 4 * static_cast<ptrdiff_t>(end);
     for (int32_t inner = 3; inner < end;) {
       if (behind != 0) {
-        // Where the planes know the running colour, each move follows from the code of its
-        // pixel alone, through the table of hops, with no branch on what the pixel holds.
-        // The loop leaves where the planes lose the colour: after a run of it longer than
-        // they follow, or a step down the columns that takes it to another line.
-        auto state = static_cast<uint32_t>(behind - 1);
-        uint32_t last = state;
-        int32_t from = inner;
-        uint32_t code = 0;
+        // Where the planes know the running colour, each move is one read of the pixel's
+        // byte for the state, with no branch on what the pixel holds. The loop leaves where
+        // the planes lose the colour: after a run of it longer than they follow, or a step
+        // down the columns that takes it to another line.
+        ptrdiff_t at = 4 * static_cast<ptrdiff_t>(inner) + behind - 1;
+        ptrdiff_t from = at;
         do {
-          from = inner;
-          last = state;
-          code = codes[inner];
-          visited[static_cast<ptrdiff_t>(state) * visitedPitch + (inner >> 6)] |=
-              static_cast<uint64_t>(~code >> state & 1U) << (inner & 63);
-          const Hop hop = hops[(state << 8) | code];
-          inner += hop.advance;
-          state = hop.state;
-        } while (state < kLostColour && inner < end);
-        if (state < kLostColour) {
-          behind = static_cast<int32_t>(state) + 1;
+          from = at;
+          const uint8_t hop = hopBytes[from];
+          hopBytes[from] = hop | kPassed;
+          at += hop;
+        } while ((at & 3) != kLostColour && at < stop);
+        inner = static_cast<int32_t>(at >> 2);
+        const auto state = static_cast<int32_t>(at & 3);
+        const auto left = static_cast<int32_t>(from >> 2);
+        behind = 0;
+        if (state != kLostColour) {
+          behind = state + 1;
           running_ = lane[1] + 4 * static_cast<ptrdiff_t>(inner - behind);
-        } else if ((code >> last & 1U) != 0) {
-          behind = 0;
-          running_ = lane[1] + 4 * static_cast<ptrdiff_t>(from - 1 - static_cast<int32_t>(last));
+        } else if (inner == left + 1) {
+          // The colour matched once more than the planes follow.
+          running_ = lane[1] + 4 * static_cast<ptrdiff_t>(left - 1 - (from & 3));
         } else {
-          behind = 0;
-          running_ = ahead[inner - from - 2] + 4 * static_cast<ptrdiff_t>(from);
+          running_ = ahead[inner - left - 2] + 4 * static_cast<ptrdiff_t>(left);
         }
         continue;
       }
@@ -752,7 +752,7 @@ bool StepSearch<T>::Walk() {
       behind = planes ? move.behind : 0;
       inner += move.advance;
     }
-    if (planes) MarkFromPlanes(markRows, words);
+    if (planes && !MarkFromPlanes(markRows, words)) return false;
   }
   return true;
 }

@@ -42,6 +42,44 @@ Status PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_
   return kOk;
 }
 
+Status LookupBitNibbles(const uint64_t* const own[8], const uint64_t* const shared[2],
+                        const uint8_t tables[4][16], ptrdiff_t words, uint8_t* out) {
+  if (own == nullptr || shared == nullptr || tables == nullptr || out == nullptr)
+    return kNullPointer;
+  if (words < 0) return kBadSize;
+  for (int32_t k = 0; k < 8; ++k) {
+    if (own[k] == nullptr) return kNullPointer;
+  }
+  if (shared[0] == nullptr || shared[1] == nullptr) return kNullPointer;
+  if (!UseReferenceKernels() && vector::LookupBitNibbles(own, shared, tables, words, out))
+    return kOk;
+  const auto bit = [](const uint64_t* plane, ptrdiff_t p) {
+    return static_cast<uint32_t>(plane[p >> 6] >> (p & 63)) & 1U;
+  };
+  for (ptrdiff_t p = 0; p < 64 * words; ++p) {
+    const uint32_t common = bit(shared[0], p) << 2 | bit(shared[1], p) << 3;
+    for (int32_t s = 0; s < 4; ++s)
+      out[4 * p + s] = tables[s][common | bit(own[s], p) | bit(own[4 + s], p) << 1];
+  }
+  return kOk;
+}
+
+Status GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const planes[4]) {
+  if (bytes == nullptr || planes == nullptr) return kNullPointer;
+  if (words < 0) return kBadSize;
+  if (!UseReferenceKernels() && vector::GatherHighBits4(bytes, words, planes)) return kOk;
+  for (int32_t s = 0; s < 4; ++s) {
+    if (planes[s] == nullptr) continue;
+    for (ptrdiff_t w = 0; w < words; ++w) {
+      uint64_t bits = 0;
+      for (int32_t b = 0; b < 64; ++b)
+        bits |= static_cast<uint64_t>(bytes[4 * (64 * w + b) + s] >> 7) << b;
+      planes[s][w] = bits;
+    }
+  }
+  return kOk;
+}
+
 Status OrTransposedBits(const uint64_t* src, ptrdiff_t srcPitch, int32_t rows, int32_t columns,
                         uint64_t* dst, ptrdiff_t dstPitch) {
   if (src == nullptr || dst == nullptr) return kNullPointer;

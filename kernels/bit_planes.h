@@ -15,6 +15,18 @@ namespace vitrella::kernels {
 Status PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_t words,
                      uint8_t* bytes);
 
+// Four table lookups per position, side by side: byte 4p + s of `out` gets tables[s][n],
+// where n holds bit p of own[s] as its bit 0, of own[4 + s] as its bit 1, and of shared[0]
+// and shared[1] as its bits 2 and 3. A walk through a line then finds its next move in any
+// of four states with one read. 256 * words bytes.
+Status LookupBitNibbles(const uint64_t* const own[8], const uint64_t* const shared[2],
+                        const uint8_t tables[4][16], ptrdiff_t words, uint8_t* out);
+
+// Bit p of planes[s] gets bit 7 of byte 4p + s of `bytes`, for the 64 * words positions:
+// what a walk noted in the top bits of LookupBitNibbles' bytes, as rows of bits again. A
+// null plane is skipped.
+Status GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const planes[4]);
+
 // Sets bit r of row c of dst wherever bit c of row r of src is set, for the `rows` rows and
 // `columns` columns of src; rows lie srcPitch and dstPitch words apart. Bits of src past
 // `columns` are ignored.

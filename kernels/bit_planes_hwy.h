@@ -1,4 +1,4 @@
-// Vector packing of bit planes, one build per processor family.
+// Vector packing and unpacking of bit planes, one build per processor family.
 #pragma once
 
 #include <cstddef>
@@ -10,5 +10,11 @@ namespace vitrella::kernels::vector {
 // eight bytes, which the caller then packs itself.
 bool PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_t words,
                    uint8_t* bytes);
+
+// LookupBitNibbles and GatherHighBits4 of kernels/bit_planes.h; false where the family
+// has no byte shuffle.
+bool LookupBitNibbles(const uint64_t* const* own, const uint64_t* const* shared,
+                      const uint8_t (*tables)[16], ptrdiff_t words, uint8_t* out);
+bool GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const* planes);
 
 }  // namespace vitrella::kernels::vector

@@ -230,6 +230,57 @@ TEST_P(LaneKernels, PackedPlanesHoldEachPlanesBitInItsPlace) {
             kBadSize);
 }
 
+// Each position's four looked-up bytes sit side by side, each from its own table and
+// nibble; top bits set in them come back as the four ways' rows of bits.
+TEST_P(LaneKernels, NibbleLookupsSitSideBySideAndTheirTopBitsComeBack) {
+  std::mt19937_64 random(8);
+  constexpr ptrdiff_t kWords = 3;
+  std::vector<uint64_t> planes(10 * kWords);
+  for (uint64_t& word : planes)
+    word = random();
+  const uint64_t* own[8];
+  for (int32_t k = 0; k < 8; ++k)
+    own[k] = planes.data() + k * kWords;
+  const uint64_t* shared[2] = {own[7] + kWords, own[7] + 2 * kWords};
+  uint8_t tables[4][16];
+  for (auto& table : tables) {
+    for (uint8_t& entry : table)
+      entry = static_cast<uint8_t>(random() & 0x7F);
+  }
+  std::vector<uint8_t> bytes(256 * kWords);
+  ASSERT_EQ(LookupBitNibbles(own, shared, tables, kWords, bytes.data()), kOk);
+  const auto bit = [](const uint64_t* plane, int32_t p) {
+    return static_cast<uint32_t>(plane[p / 64] >> (p % 64) & 1U);
+  };
+  for (int32_t p = 0; p < 64 * kWords; ++p) {
+    for (int32_t s = 0; s < 4; ++s) {
+      const uint32_t nibble = bit(own[s], p) | bit(own[4 + s], p) << 1 | bit(shared[0], p) << 2 |
+                              bit(shared[1], p) << 3;
+      ASSERT_EQ(bytes[static_cast<size_t>(4 * p + s)], tables[s][nibble])
+          << "way " << s << ", position " << p;
+    }
+  }
+
+  std::vector<uint64_t> want(4 * kWords, 0);
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    if (random() % 3 != 0) continue;
+    bytes[i] |= 0x80;
+    want[(i % 4) * kWords + i / 256] |= uint64_t{1} << (i / 4 % 64);
+  }
+  std::vector<uint64_t> got(4 * kWords, 0x5A5A);
+  uint64_t* gathered[4] = {got.data(), got.data() + kWords, nullptr, got.data() + 3 * kWords};
+  ASSERT_EQ(GatherHighBits4(bytes.data(), kWords, gathered), kOk);
+  for (int32_t s = 0; s < 4; ++s) {
+    for (ptrdiff_t w = 0; w < kWords; ++w) {
+      EXPECT_EQ(got[static_cast<size_t>(s * kWords + w)],
+                s == 2 ? 0x5A5A : want[static_cast<size_t>(s * kWords + w)])
+          << "way " << s << ", word " << w;
+    }
+  }
+  EXPECT_EQ(LookupBitNibbles(own, nullptr, tables, kWords, bytes.data()), kNullPointer);
+  EXPECT_EQ(GatherHighBits4(nullptr, kWords, gathered), kNullPointer);
+}
+
 // Every set bit lands turned over, on matrices that end inside a block or fill it, and
 // what dst held already stays.
 TEST(BitMatrix, OrTransposedBitsTurnsEveryBitOver) {
