@@ -459,10 +459,10 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follo
   kernels::Status status;
   if constexpr (std::is_same_v<T, uint8_t>) {
     status = (follows ? kernels::NextLaneMatches8u_C4 : kernels::LaneMatches8u_C4)(
-        lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0), words_ + 2);
+        lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0), words_ + 2, softenLines_);
   } else {
     status = (follows ? kernels::NextLaneMatches32f_C4 : kernels::LaneMatches32f_C4)(
-        lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0), words_ + 2);
+        lane[0], lane[1], lane[2], count, at_, tolerance_, Plane(0), words_ + 2, softenLines_);
   }
   if (status != kernels::kOk) return false;
   const ptrdiff_t words = kernels::LaneWords(count);

@@ -67,7 +67,7 @@ Status CheckArguments(const T* before, const T* centre, const T* after, int32_t 
 }
 
 void ClearPlanes(uint64_t* planes, ptrdiff_t planePitch, int32_t count,
-                 uint32_t which = PlanesCompared(true)) {
+                 uint32_t which = PlanesCompared(true, true)) {
   for (int32_t k = 0; k < kLanePlanes; ++k) {
     if ((which >> k & 1U) != 0)
       std::memset(planes + k * planePitch, 0, sizeof(uint64_t) * LaneWords(count));
@@ -76,10 +76,11 @@ void ClearPlanes(uint64_t* planes, ptrdiff_t planePitch, int32_t count,
 
 // The lane before's relations with the centre, from the line before's lane after: S0(p + d)
 // against C(p) is that line's S1(q - d) against C(q) at q = p + d. Positions whose q falls
-// outside the line are compared here.
+// outside the line are compared here. The match at d = 1 follows only where its difference
+// in all is not asked for.
 template <typename T, typename Tolerance>
 void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPositions at,
-                     Tolerance tolerance, uint64_t* planes, ptrdiff_t pitch) {
+                     Tolerance tolerance, uint64_t* planes, ptrdiff_t pitch, bool differences) {
   const ptrdiff_t words = LaneWords(count);
   const uint64_t lastWord = count % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (count % 64)) - 1;
   const auto pixel = [](const T* lane, ptrdiff_t p) { return lane + 4 * p; };
@@ -95,7 +96,7 @@ void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPosi
     }
   };
   for (int32_t d = -2; d <= 2; ++d) {
-    if (d == 1) continue;  // compared with its differences in all
+    if (d == 1 && differences) continue;  // compared with its differences in all
     shifted(SideMatchPlane(1, -d), SideMatchPlane(0, d), d);
     const int32_t first = d > 0 ? std::max(count - d, 0) : 0;
     const int32_t last = d > 0 ? count : std::min(-d, count);
@@ -105,32 +106,33 @@ void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPosi
                                                          << (p & 63);
     }
   }
-  shifted(SideDiffersPlane(1, 0), SideDiffersPlane(0, 0), 0);
+  if (differences) shifted(SideDiffersPlane(1, 0), SideDiffersPlane(0, 0), 0);
 }
 
 // The vector pass over a line, which reports how many positions it covered.
 int32_t VectorMatches(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                       int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
-                      ptrdiff_t pitch, bool sideBefore) {
+                      ptrdiff_t pitch, uint32_t written) {
   const uint32_t colourBytes =
       (0xFFu << (8 * at.blue)) | (0xFFu << (8 * at.green)) | (0xFFu << (8 * at.red));
   return vector::LaneMatches8u(before, centre, after, count, colourBytes, tolerance, planes, pitch,
-                               sideBefore);
+                               written);
 }
 int32_t VectorMatches(const float* before, const float* centre, const float* after, int32_t count,
                       ColourPositions at, float tolerance, uint64_t* planes, ptrdiff_t pitch,
-                      bool sideBefore) {
+                      uint32_t written) {
   uint32_t colourLanes[4] = {};
   colourLanes[at.blue] = colourLanes[at.green] = colourLanes[at.red] = ~0U;
   return vector::LaneMatches32f(before, centre, after, count, colourLanes, tolerance, planes, pitch,
-                                sideBefore);
+                                written);
 }
 
 // A line's planes, with `follows` from the line before's still in place. Where the vector
 // pass cannot cover the line, every plane is compared pixel by pixel.
 template <typename T, typename Tolerance>
 Status Matches(const T* before, const T* centre, const T* after, int32_t count, ColourPositions at,
-               Tolerance tolerance, uint64_t* planes, ptrdiff_t pitch, bool follows) {
+               Tolerance tolerance, uint64_t* planes, ptrdiff_t pitch, bool follows,
+               bool differences) {
   if (Status s = CheckArguments(before, centre, after, count, at, planes, pitch); s != kOk) {
     return s;
   }
@@ -138,9 +140,10 @@ Status Matches(const T* before, const T* centre, const T* after, int32_t count, 
     tolerance = tolerance < 0 ? 0 : tolerance > 255 ? 255 : tolerance;
   }
   if (!UseReferenceKernels()) {
-    if (follows) ShiftSidePlanes(before, centre, count, at, tolerance, planes, pitch);
-    ClearPlanes(planes, pitch, count, PlanesCompared(!follows));
-    if (VectorMatches(before, centre, after, count, at, tolerance, planes, pitch, !follows) ==
+    if (follows) ShiftSidePlanes(before, centre, count, at, tolerance, planes, pitch, differences);
+    const uint32_t written = PlanesCompared(!follows, differences);
+    ClearPlanes(planes, pitch, count, written);
+    if (VectorMatches(before, centre, after, count, at, tolerance, planes, pitch, written) ==
         count) {
       return kOk;
     }
@@ -154,26 +157,30 @@ Status Matches(const T* before, const T* centre, const T* after, int32_t count, 
 
 Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                         int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
-                        ptrdiff_t planePitch) {
-  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, false);
+                        ptrdiff_t planePitch, bool differences) {
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, false,
+                 differences);
 }
 
 Status NextLaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                             int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
-                            ptrdiff_t planePitch) {
-  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, true);
+                            ptrdiff_t planePitch, bool differences) {
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, true,
+                 differences);
 }
 
 Status LaneMatches32f_C4(const float* before, const float* centre, const float* after,
                          int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
-                         ptrdiff_t planePitch) {
-  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, false);
+                         ptrdiff_t planePitch, bool differences) {
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, false,
+                 differences);
 }
 
 Status NextLaneMatches32f_C4(const float* before, const float* centre, const float* after,
                              int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
-                             ptrdiff_t planePitch) {
-  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, true);
+                             ptrdiff_t planePitch, bool differences) {
+  return Matches(before, centre, after, count, at, tolerance, planes, planePitch, true,
+                 differences);
 }
 
 }  // namespace vitrella::kernels

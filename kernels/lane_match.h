@@ -35,14 +35,15 @@ constexpr int32_t SideDiffersPlane(int32_t side, int32_t d) {
 // Fills the kLanePlanes planes, plane k from planes + k * planePitch, with the bits of
 // positions 0 to count - 1 at bit p % 64 of word p / 64, and clears their bits from
 // count to the end of the last word. Every lane is read from position -2 to count + 1, the
-// centre lane from -3.
+// centre lane from -3. Without `differences`, a caller that never asks where the side
+// lanes differ in all, those planes may be left as they were.
 // Byte tolerances are held to 0 to 255.
 Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                         int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
-                        ptrdiff_t planePitch);
+                        ptrdiff_t planePitch, bool differences);
 Status LaneMatches32f_C4(const float* before, const float* centre, const float* after,
                          int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
-                         ptrdiff_t planePitch);
+                         ptrdiff_t planePitch, bool differences);
 
 // The planes of the line after the one whose planes `planes` still hold, with the same
 // count: that line's centre lane is this one's lane before, and its lane after this
@@ -51,20 +52,27 @@ Status LaneMatches32f_C4(const float* before, const float* centre, const float* 
 // cannot give at a line's ends is. The planes come out as LaneMatches gives them.
 Status NextLaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                             int32_t count, ColourPositions at, int32_t tolerance, uint64_t* planes,
-                            ptrdiff_t planePitch);
+                            ptrdiff_t planePitch, bool differences);
 Status NextLaneMatches32f_C4(const float* before, const float* centre, const float* after,
                              int32_t count, ColourPositions at, float tolerance, uint64_t* planes,
-                             ptrdiff_t planePitch);
+                             ptrdiff_t planePitch, bool differences);
 
 // The planes a line's matches compare afresh: all of them, or, where the line before's
-// planes are still in place, all but those that follow from them.
-constexpr uint32_t PlanesCompared(bool sideBefore) {
+// planes are still in place, all but those that follow from them; and without
+// `differences`, none of where the side lanes differ in all. The lane before's match at
+// d = 1 follows from the line before only where its difference in all is not asked for,
+// which the line before did not compare.
+constexpr uint32_t PlanesCompared(bool sideBefore, bool differences) {
   uint32_t planes = (1U << kLanePlanes) - 1;
   if (!sideBefore) {
     for (int32_t d = -2; d <= 2; ++d) {
-      if (d != 1) planes &= ~(1U << SideMatchPlane(0, d));
+      if (d != 1 || !differences) planes &= ~(1U << SideMatchPlane(0, d));
     }
     planes &= ~(1U << SideDiffersPlane(0, 0));
+  }
+  if (!differences) {
+    for (int32_t side = 0; side < 2; ++side)
+      planes &= ~(3U << SideDiffersPlane(side, 0));
   }
   return planes;
 }

@@ -52,10 +52,10 @@ void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t plane
 // differs in all where every one is.
 int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                       int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
-                      ptrdiff_t planePitch, bool sideBefore) {
+                      ptrdiff_t planePitch, uint32_t written) {
 #if HWY_TARGET == HWY_SCALAR  // one-lane vectors cannot hold the bytes of a pixel
   (void)before, (void)centre, (void)after, (void)count, (void)colourBytes, (void)tolerance;
-  (void)planes, (void)planePitch, (void)sideBefore;
+  (void)planes, (void)planePitch, (void)written;
   return 0;
 #else
   const hn::ScalableTag<uint32_t> d;
@@ -78,7 +78,6 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
   };
   const uint64_t all = n == 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
   const uint8_t* sides[2] = {before, after};
-  const uint32_t written = PlanesCompared(sideBefore);
   EveryBlock(count, n, planes, planePitch, written, [&](int32_t p, auto put) {
     const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
     put(kCentreSelf, all);
@@ -90,7 +89,8 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
         if ((written >> SideMatchPlane(side, dp) & 1U) == 0) continue;
         const auto over = beyond(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp), c);
         put(SideMatchPlane(side, dp), bitsOf(hn::Eq(over, zero)));
-        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), bitsOf(hn::Eq(over, colour)));
+        if ((dp == 0 || dp == 1) && (written >> SideDiffersPlane(side, dp) & 1U) != 0)
+          put(SideDiffersPlane(side, dp), bitsOf(hn::Eq(over, colour)));
       }
     }
   });
@@ -104,7 +104,7 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
 // always counting as true.
 int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
                        const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
-                       ptrdiff_t planePitch, bool sideBefore) {
+                       ptrdiff_t planePitch, uint32_t written) {
   const hn::ScalableTag<float> d;
   const auto lanes = static_cast<int32_t>(hn::Lanes(d));
   constexpr int32_t kBlock = 16;
@@ -125,7 +125,6 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
     return (bits | bits >> 24) & 0xFFFFULL;
   };
   const float* sides[2] = {before, after};
-  const uint32_t written = PlanesCompared(sideBefore);
   EveryBlock(count, kBlock, planes, planePitch, written, [&](int32_t p, auto put) {
     const float* c = centre + 4 * static_cast<ptrdiff_t>(p);
     // One comparison of the block: `other` against the centre, lane bits of each vector.
@@ -151,7 +150,8 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
         if ((written >> SideMatchPlane(side, dp) & 1U) == 0) continue;
         const float* other = sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp);
         put(SideMatchPlane(side, dp), compare(other, within));
-        if (dp == 0 || dp == 1) put(SideDiffersPlane(side, dp), compare(other, beyond));
+        if ((dp == 0 || dp == 1) && (written >> SideDiffersPlane(side, dp) & 1U) != 0)
+          put(SideDiffersPlane(side, dp), compare(other, beyond));
       }
     }
   });
@@ -169,16 +169,16 @@ HWY_EXPORT(LaneMatches32f);
 
 int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                       int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
-                      ptrdiff_t planePitch, bool sideBefore) {
+                      ptrdiff_t planePitch, uint32_t written) {
   return HWY_DYNAMIC_DISPATCH(LaneMatches8u)(before, centre, after, count, colourBytes, tolerance,
-                                             planes, planePitch, sideBefore);
+                                             planes, planePitch, written);
 }
 
 int32_t LaneMatches32f(const float* before, const float* centre, const float* after, int32_t count,
                        const uint32_t colourLanes[4], float tolerance, uint64_t* planes,
-                       ptrdiff_t planePitch, bool sideBefore) {
+                       ptrdiff_t planePitch, uint32_t written) {
   return HWY_DYNAMIC_DISPATCH(LaneMatches32f)(before, centre, after, count, colourLanes, tolerance,
-                                              planes, planePitch, sideBefore);
+                                              planes, planePitch, written);
 }
 
 }  // namespace vitrella::kernels::vector

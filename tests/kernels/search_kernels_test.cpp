@@ -42,11 +42,11 @@ void ExpectPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at
   std::vector<uint64_t> planes(static_cast<size_t>(pitch) * kLanePlanes, ~uint64_t{0});
   Status status;
   if constexpr (std::is_same_v<T, uint8_t>) {
-    status =
-        LaneMatches8u_C4(lane[0], lane[1], lane[2], count, at, tolerance, planes.data(), pitch);
+    status = LaneMatches8u_C4(lane[0], lane[1], lane[2], count, at, tolerance, planes.data(), pitch,
+                              true);
   } else {
-    status =
-        LaneMatches32f_C4(lane[0], lane[1], lane[2], count, at, tolerance, planes.data(), pitch);
+    status = LaneMatches32f_C4(lane[0], lane[1], lane[2], count, at, tolerance, planes.data(),
+                               pitch, true);
   }
   ASSERT_EQ(status, kOk);
   const auto bit = [&](int32_t plane, int32_t p) {
@@ -114,10 +114,11 @@ TEST_P(LaneKernels, LaneMatchesAreTheComparisonsOfEachPair) {
 }
 
 // Four lanes: the planes of the last three, made from those of the first three still in
-// place, and made afresh.
+// place, and made afresh; with or without the differences in all, whose planes are then
+// not compared.
 template <typename T, typename Tolerance>
 void ExpectNextPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at,
-                      Tolerance tolerance) {
+                      Tolerance tolerance, bool differences) {
   const size_t laneLength = 4 * (static_cast<size_t>(count) + 4);
   const auto lane = [&](size_t l) { return lanes.data() + l * laneLength + 8; };
   const ptrdiff_t pitch = LaneWords(count) + 1;
@@ -130,13 +131,19 @@ void ExpectNextPlanes(const std::vector<T>& lanes, int32_t count, ColourPosition
       return std::pair{&LaneMatches32f_C4, &NextLaneMatches32f_C4};
     }
   }();
-  ASSERT_EQ(matches(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch), kOk);
-  ASSERT_EQ(following(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch), kOk);
-  ASSERT_EQ(matches(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch), kOk);
+  ASSERT_EQ(
+      matches(lane(0), lane(1), lane(2), count, at, tolerance, next.data(), pitch, differences),
+      kOk);
+  ASSERT_EQ(
+      following(lane(1), lane(2), lane(3), count, at, tolerance, next.data(), pitch, differences),
+      kOk);
+  ASSERT_EQ(matches(lane(1), lane(2), lane(3), count, at, tolerance, fresh.data(), pitch, true),
+            kOk);
   for (int32_t k = 0; k < kLanePlanes; ++k) {
+    if (!differences && k >= kSideDiffers) continue;
     for (ptrdiff_t w = 0; w < LaneWords(count); ++w) {
       ASSERT_EQ(next[static_cast<size_t>(k * pitch + w)], fresh[static_cast<size_t>(k * pitch + w)])
-          << "plane " << k << " word " << w << " count " << count;
+          << "plane " << k << " word " << w << " count " << count << " differences " << differences;
     }
   }
 }
@@ -147,8 +154,10 @@ TEST_P(LaneKernels, NextLaneMatchesAreThoseMadeAfresh) {
     for (const int32_t count : {0, 1, 2, 3, 4, 17, 63, 64, 65, 130}) {
       const auto [bytes, floats] = RandomLanes(4, count, random, false);
       for (const int32_t tolerance : {0, 60, 255}) {
-        ExpectNextPlanes(bytes, count, at, tolerance);
-        ExpectNextPlanes(floats, count, at, static_cast<float>(tolerance) / 255.0f);
+        for (const bool differences : {true, false}) {
+          ExpectNextPlanes(bytes, count, at, tolerance, differences);
+          ExpectNextPlanes(floats, count, at, static_cast<float>(tolerance) / 255.0f, differences);
+        }
       }
     }
   }
@@ -158,13 +167,13 @@ TEST_P(LaneKernels, LaneMatchesRefuseWhatTheyCannotRead) {
   std::vector<uint8_t> pixels(64, 0);
   std::vector<uint64_t> planes(kLanePlanes, 0);
   const uint8_t* p = pixels.data() + 8;
-  EXPECT_EQ(LaneMatches8u_C4(nullptr, p, p, 1, {}, 0, planes.data(), 1), kNullPointer);
-  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {}, 0, nullptr, 1), kNullPointer);
-  EXPECT_EQ(LaneMatches8u_C4(p, p, p, -1, {}, 0, planes.data(), 1), kBadSize);
-  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1), kBadPitch);
-  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {0, 0, 2}, 0, planes.data(), 1), kBadChannel);
-  EXPECT_EQ(NextLaneMatches8u_C4(p, nullptr, p, 1, {}, 0, planes.data(), 1), kNullPointer);
-  EXPECT_EQ(NextLaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1), kBadPitch);
+  EXPECT_EQ(LaneMatches8u_C4(nullptr, p, p, 1, {}, 0, planes.data(), 1, true), kNullPointer);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {}, 0, nullptr, 1, true), kNullPointer);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, -1, {}, 0, planes.data(), 1, true), kBadSize);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1, true), kBadPitch);
+  EXPECT_EQ(LaneMatches8u_C4(p, p, p, 1, {0, 0, 2}, 0, planes.data(), 1, true), kBadChannel);
+  EXPECT_EQ(NextLaneMatches8u_C4(p, nullptr, p, 1, {}, 0, planes.data(), 1, true), kNullPointer);
+  EXPECT_EQ(NextLaneMatches8u_C4(p, p, p, 65, {}, 0, planes.data(), 1, true), kBadPitch);
 }
 
 // Only the colour channels of marked pixels change, whichever vector lane they fall in.
