@@ -11,6 +11,14 @@ HWY_BEFORE_NAMESPACE();
 namespace vitrella::kernels::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+// Inlined into its caller whatever its size: a block's comparisons, which the loop over a
+// word's blocks then keeps in registers.
+#if defined(__GNUC__)
+#define VITRELLA_ALWAYS_INLINE __attribute__((always_inline))
+#else
+#define VITRELLA_ALWAYS_INLINE
+#endif
+
 // Sets the n bits of positions p onwards, which may straddle two words. A block that
 // overlaps one already written sets its bits again to the same values.
 inline void PutBits(uint64_t* plane, int32_t p, uint64_t bits, int32_t n) {
@@ -49,13 +57,15 @@ void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t plane
 
 // Bytes as bytes: the absolute difference from the two saturated subtractions, beyond the
 // tolerance or not, kept in the colour bytes. A pixel matches where none is beyond it and
-// differs in all where every one is.
-int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
-                      int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
-                      ptrdiff_t planePitch, uint32_t written) {
+// differs in all where every one is. The planes to write are known when compiled, so
+// that the blocks' comparisons unroll with no test of them.
+template <uint32_t kWritten>
+int32_t LaneMatchesOf8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                        int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
+                        ptrdiff_t planePitch) {
 #if HWY_TARGET == HWY_SCALAR  // one-lane vectors cannot hold the bytes of a pixel
   (void)before, (void)centre, (void)after, (void)count, (void)colourBytes, (void)tolerance;
-  (void)planes, (void)planePitch, (void)written;
+  (void)planes, (void)planePitch;
   return 0;
 #else
   const hn::ScalableTag<uint32_t> d;
@@ -77,25 +87,57 @@ int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_
     return bits;
   };
   const uint64_t all = n == 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
-  const uint8_t* sides[2] = {before, after};
-  EveryBlock(count, n, planes, planePitch, written, [&](int32_t p, auto put) {
-    const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
-    put(kCentreSelf, all);
-    put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
-    put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
-    put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
-    for (int32_t side = 0; side < 2; ++side) {
-      for (int32_t dp = -2; dp <= 2; ++dp) {
-        if ((written >> SideMatchPlane(side, dp) & 1U) == 0) continue;
-        const auto over = beyond(sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp), c);
-        put(SideMatchPlane(side, dp), bitsOf(hn::Eq(over, zero)));
-        if ((dp == 0 || dp == 1) && (written >> SideDiffersPlane(side, dp) & 1U) != 0)
-          put(SideDiffersPlane(side, dp), bitsOf(hn::Eq(over, colour)));
-      }
-    }
-  });
+  EveryBlock(count, n, planes, planePitch, kWritten,
+             [&](int32_t p, auto put) VITRELLA_ALWAYS_INLINE {
+               const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
+               put(kCentreSelf, all);
+               put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
+               put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
+               put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
+               const auto sideLane = [&]<int32_t kSide, int32_t kD>() {
+                 if constexpr ((kWritten >> SideMatchPlane(kSide, kD) & 1U) != 0) {
+                   const uint8_t* side =
+                       (kSide == 0 ? before : after) + 4 * (static_cast<ptrdiff_t>(p) + kD);
+                   const auto over = beyond(side, c);
+                   put(SideMatchPlane(kSide, kD), bitsOf(hn::Eq(over, zero)));
+                   if constexpr ((kD == 0 || kD == 1) &&
+                                 (kWritten >> SideDiffersPlane(kSide, kD) & 1U) != 0)
+                     put(SideDiffersPlane(kSide, kD), bitsOf(hn::Eq(over, colour)));
+                 }
+               };
+               const auto sides = [&]<int32_t kSide>() {
+                 sideLane.template operator()<kSide, -2>();
+                 sideLane.template operator()<kSide, -1>();
+                 sideLane.template operator()<kSide, 0>();
+                 sideLane.template operator()<kSide, 1>();
+                 sideLane.template operator()<kSide, 2>();
+               };
+               sides.template operator()<0>();
+               sides.template operator()<1>();
+             });
   return count;
 #endif
+}
+
+int32_t LaneMatches8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
+                      int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
+                      ptrdiff_t planePitch, uint32_t written) {
+  const auto run = [&]<uint32_t kWritten>() {
+    return LaneMatchesOf8u<kWritten>(before, centre, after, count, colourBytes, tolerance, planes,
+                                     planePitch);
+  };
+  switch (written) {
+    case PlanesCompared(true, true):
+      return run.template operator()<PlanesCompared(true, true)>();
+    case PlanesCompared(false, true):
+      return run.template operator()<PlanesCompared(false, true)>();
+    case PlanesCompared(true, false):
+      return run.template operator()<PlanesCompared(true, false)>();
+    case PlanesCompared(false, false):
+      return run.template operator()<PlanesCompared(false, false)>();
+    default:
+      return 0;  // the caller compares them all itself
+  }
 }
 
 // Floats as the plain comparisons make them: |a - b| <= tolerance to match and > to
