@@ -644,8 +644,11 @@ bool StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words)
   return true;
 }
 
-// Transposes the columns of the bordered copy from image column `from` on into the strip,
-// as many as it holds or the border still has. The running colour may lie in the strip's
+// Makes the strip hold the columns of the bordered copy from image column `from` on, as
+// many as it holds or the border still has. The lines it holds already from there on move
+// to its top, and only the columns after them are transposed, ending where a cache line
+// of the bordered copy does, so that each line of the copy is read once and the
+// transposition runs in whole vector blocks. The running colour may lie in the strip's
 // old contents, so it is carried over by value.
 template <typename T>
 bool StepSearch<T>::NextStrip(int32_t from, int32_t& first, int32_t& held) {
@@ -653,14 +656,27 @@ bool StepSearch<T>::NextStrip(int32_t from, int32_t& first, int32_t& held) {
   running_ = carried_;
   const FrameBuffer& bordered = *source_.bordered;
   FrameBuffer& strip = *source_.strip;
-  const int32_t pixelBytes = 4 * static_cast<int32_t>(sizeof(T));
+  constexpr int32_t kPixelBytes = 4 * static_cast<int32_t>(sizeof(T));
   const int32_t length = source_.height + 2 * kBorder;
+  if (strip.width < length) return false;
+  const int32_t kept = std::clamp(first + held - from, 0, held);
+  for (int32_t k = 0; k < kept; ++k) {
+    std::memcpy(strip.Row<T>(k), strip.Row<const T>(from - first + k),
+                static_cast<size_t>(length) * kPixelBytes);
+  }
+  const int32_t start = from + kept;
+  const int32_t left = source_.width + kBorder - start;  // columns the border still has
+  int32_t count = std::min(strip.height - kept, left);
+  const auto end =
+      reinterpret_cast<uintptr_t>(bordered.Row<const T>(0) + 4 * (start + kBorder + count));
+  const auto past = static_cast<int32_t>(end % 64) / kPixelBytes;
+  if (count < left && count - past >= 4) count -= past;
   first = from;
-  held = std::min(strip.height, source_.width + kBorder - from);
-  if (held < 4 || strip.width < length) return false;
-  return kernels::TransposePixels(bordered.View().Sub(from + kBorder, 0, held, length, pixelBytes),
-                                  strip.View().Sub(0, 0, length, held, pixelBytes),
-                                  pixelBytes) == kernels::kOk;
+  held = kept + count;
+  if (held < 4 || count < 1) return false;
+  return kernels::TransposePixels(
+             bordered.View().Sub(start + kBorder, 0, count, length, kPixelBytes),
+             strip.View().Sub(0, kept, length, count, kPixelBytes), kPixelBytes) == kernels::kOk;
 }
 
 // One pass. Its lines are the rows of `bordered` along the rows, of `columns` down the
@@ -760,10 +776,15 @@ bool StepSearch<T>::Walk() {
 }  // namespace
 
 int32_t StepStripRows(int32_t height, int32_t pixelBytes) {
-  // About a third of a typical second-level cache, with 3 of the rows shared by strips.
+  // About a third of a typical second-level cache: the 3 lines a strip keeps of the one
+  // before, and whole vector blocks of new ones.
   constexpr int64_t kBytes = 192 * 1024;
+  constexpr int32_t kKept = 3;
+  constexpr int32_t kBlock = 16;
   const int64_t rowBytes = (static_cast<int64_t>(height) + 2 * kBorder) * pixelBytes;
-  return static_cast<int32_t>(std::clamp<int64_t>(kBytes / std::max<int64_t>(rowBytes, 1), 16, 64));
+  const auto rows =
+      static_cast<int32_t>(std::clamp<int64_t>(kBytes / std::max<int64_t>(rowBytes, 1), 16, 64));
+  return kKept + kBlock * std::max(1, (rows - kKept + kBlock / 2) / kBlock);
 }
 
 bool SearchSteps8u(const StepSource& source, int32_t tolerance, bool softenLines, bool planes,
