@@ -4,6 +4,7 @@
 // loops; on every code path, in both channel orders.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -214,16 +215,24 @@ TEST_P(LaneKernels, MarkedCopyTakesTheColourOfMarkedPixelsOnly) {
   EXPECT_EQ(CopyMarked8u_C4(&mark, pixel, pixel, 1, {1, 1, 2}), kBadChannel);
 }
 
+// Ten planes of kWords random words each, and where each starts.
+constexpr ptrdiff_t kWords = 3;
+struct RandomPlanes {
+  explicit RandomPlanes(std::mt19937_64& random) {
+    for (uint64_t& word : words)
+      word = random();
+    for (size_t k = 0; k < rows.size(); ++k)
+      rows[k] = words.data() + k * kWords;
+  }
+  std::array<uint64_t, 10 * kWords> words{};
+  std::array<const uint64_t*, 10> rows{};
+};
+
 // Byte p holds bit p of each plane in the plane's place, for every count of planes.
 TEST_P(LaneKernels, PackedPlanesHoldEachPlanesBitInItsPlace) {
   std::mt19937_64 random(3);
-  constexpr ptrdiff_t kWords = 3;
-  std::vector<uint64_t> planes(8 * kWords);
-  for (uint64_t& word : planes)
-    word = random();
-  const uint64_t* rows[8];
-  for (int32_t k = 0; k < 8; ++k)
-    rows[k] = planes.data() + k * kWords;
+  RandomPlanes planes(random);
+  const uint64_t* const* rows = planes.rows.data();
   for (int32_t count = 0; count <= 8; ++count) {
     std::vector<uint8_t> bytes(64 * kWords, 0xEE);
     ASSERT_EQ(PackBitPlanes(rows, count, kWords, bytes.data()), kOk);
@@ -234,8 +243,7 @@ TEST_P(LaneKernels, PackedPlanesHoldEachPlanesBitInItsPlace) {
       ASSERT_EQ(bytes[static_cast<size_t>(p)], want) << count << " planes, position " << p;
     }
   }
-  EXPECT_EQ(PackBitPlanes(rows, 9, kWords,
-                          planes.empty() ? nullptr : reinterpret_cast<uint8_t*>(planes.data())),
+  EXPECT_EQ(PackBitPlanes(rows, 9, kWords, reinterpret_cast<uint8_t*>(planes.words.data())),
             kBadSize);
 }
 
@@ -243,14 +251,9 @@ TEST_P(LaneKernels, PackedPlanesHoldEachPlanesBitInItsPlace) {
 // nibble; top bits set in them come back as the four ways' rows of bits.
 TEST_P(LaneKernels, NibbleLookupsSitSideBySideAndTheirTopBitsComeBack) {
   std::mt19937_64 random(8);
-  constexpr ptrdiff_t kWords = 3;
-  std::vector<uint64_t> planes(10 * kWords);
-  for (uint64_t& word : planes)
-    word = random();
-  const uint64_t* own[8];
-  for (int32_t k = 0; k < 8; ++k)
-    own[k] = planes.data() + k * kWords;
-  const uint64_t* shared[2] = {own[7] + kWords, own[7] + 2 * kWords};
+  const RandomPlanes planes(random);
+  const uint64_t* const* own = planes.rows.data();
+  const uint64_t* const* shared = own + 8;
   uint8_t tables[4][16];
   for (auto& table : tables) {
     for (uint8_t& entry : table)
