@@ -26,24 +26,28 @@ namespace {
 constexpr int32_t kBorder = 2;
 
 // Planes drawn from the lane matches, one bit per position i of a line. Those ending in
-// 1, 2 or 3 hold when the running colour is the centre lane's pixel at i - 1, i - 2 or
-// i - 3: where the walk last moved by one pixel, jumped past a step along its own line,
-// or met a run of two pixels of the colour. Softening at i asks about the side lanes at
-// i, which the lane matches know for i - 1 and i - 2 only: the third colour serves only
-// where lines are not softened.
+// 1 to 4 hold when the running colour is the centre lane's pixel at i - 1 to i - 4: where
+// the walk last moved by one pixel, jumped past a step along its own line, or met a run
+// of two or three pixels of the colour. Softening at i asks about the side lanes at i,
+// which the lane matches know for i - 1 and i - 2 only: the third and fourth colours
+// serve only where lines are not softened.
 enum Derived : int32_t {
   kMatch1,  // the pixel at i matches the running colour
   kMatch2,
   kMatch3,
+  kMatch4,
   kStep1,  // runs both ahead and behind: a stair-step
   kStep2,
   kStep3,
+  kStep4,
   kUpTwo1,  // the run behind reaches two pixels
   kUpThree1,
   kUpTwo2,
   kUpThree2,
   kUpTwo3,
   kUpThree3,
+  kUpTwo4,
+  kUpThree4,
   kDownOne,  // the run ahead reaches one, two, three pixels; it never asks for the
   kDownTwo,  // running colour
   kDownThree,
@@ -63,8 +67,8 @@ enum CodeBit : uint32_t {
   kUpThreeBit = 64,
   kSoftenBit = 128,
 };
-// Running colours the planes follow: the pixel 1, 2 or 3 behind on the centre lane.
-constexpr int32_t kCodeSets = 3;
+// Running colours the planes follow: the pixel 1 to 4 behind on the centre lane.
+constexpr int32_t kCodeSets = 4;
 
 // What the walk does at a pixel that does not match the running colour, by its code.
 struct Move {
@@ -119,32 +123,37 @@ inline void PrefetchLine(const void* start, size_t bytes) {
 // whether it matches the colour and whether it is a step, for the colour s + 1 behind
 // in state s, and from how far the run ahead reaches. Each pixel gets one byte per state,
 // position p's four at 4p: the walk is at 4p + s, and the byte is what it adds to get to
-// the next pixel it reaches in the state there. State kLostColour, where the planes no
-// longer know the colour, ends the walk through the bytes; the walk marks in a byte's top
-// bit that it passed there. A matching pixel moves the walk on by one, with the colour a
-// pixel further behind; `states` states know it.
-constexpr int32_t kLostColour = kCodeSets;
+// the next pixel it reaches in the state there. A move to where the planes no longer know
+// the colour ends the walk through the bytes: its byte holds kLostColour and how far it
+// moves. The walk marks in a byte's top bit that it passed there. A matching pixel moves
+// the walk on by one, with the colour a pixel further behind; `states` states know it.
+constexpr uint8_t kLostColour = 0x40;
 constexpr uint8_t kPassed = 0x80;
-using HopTables = std::array<std::array<uint8_t, 16>, 4>;
+using HopTables = std::array<std::array<uint8_t, 16>, kCodeSets>;
 
 // The byte of each state by the nibble of LookupBitNibbles: match, step, and runs ahead
 // of two and three.
 HopTables Hops(bool alongRows, int32_t states) {
   HopTables tables{};
-  for (int32_t state = 0; state < kLostColour; ++state) {
+  for (int32_t state = 0; state < kCodeSets; ++state) {
     for (uint32_t nibble = 0; nibble < 16; ++nibble) {
       const int32_t down = 1 + static_cast<int32_t>((nibble >> 2 & 1U) + (nibble >> 3 & 1U));
       int32_t advance = 1;
       int32_t next = 0;
+      bool lost = false;
       if ((nibble & 1U) != 0) {
-        next = state + 1 < states ? state + 1 : kLostColour;
+        next = state + 1;
+        lost = next >= states;
       } else if ((nibble & 2U) != 0) {
         // A step down the columns that reaches past one pixel takes the colour from
         // another line.
         advance = down + 1;
-        next = alongRows || down == 1 ? 1 : kLostColour;
+        next = 1;
+        lost = !alongRows && down > 1;
       }
-      tables[static_cast<size_t>(state)][nibble] = static_cast<uint8_t>(4 * advance + next - state);
+      tables[static_cast<size_t>(state)][nibble] =
+          lost ? static_cast<uint8_t>(kLostColour | advance)
+               : static_cast<uint8_t>(4 * advance + next - state);
     }
   }
   return tables;
@@ -191,17 +200,21 @@ template <typename V>
                                                ptrdiff_t w, uint64_t* derived) {
   using kernels::kCentreBack1;
   using kernels::kCentreBack2;
+  using kernels::kCentreBack3;
   using kernels::kCentreSelf;
   using kernels::SideDiffersPlane;
+  using kernels::SideMatchBack3Plane;
   using kernels::SideMatchPlane;
   const auto at = [&](int32_t k) { return matches + k * pitch; };
   const uint64_t* self = at(kCentreSelf);
   const uint64_t* back1 = at(kCentreBack1);
   const uint64_t* back2 = at(kCentreBack2);
+  const uint64_t* back3 = at(kCentreBack3);
   V down[3] = {};
   V up1[3] = {};
   V up2[3] = {};
   V up3[3] = {};
+  V up4[3] = {};
   V stops1 = {};
   V stops2 = {};
   for (int32_t side = 0; side < 2; ++side) {
@@ -220,6 +233,10 @@ template <typename V>
     const V d0 = Offset<-1, V>(back2, w) & ~Offset<-3, V>(matching(2), w);  // colour at i - 3
     const V d1 = d0 & Offset<-2, V>(back1, w) & ~Offset<-3, V>(matching(1), w);
     const V d2 = d1 & Offset<-3, V>(self, w) & ~Offset<-3, V>(matching(0), w);
+    const V e0 =
+        Offset<-1, V>(back3, w) & ~Offset<-1, V>(at(SideMatchBack3Plane(side)), w);  // i - 4
+    const V e1 = e0 & Offset<-2, V>(back2, w) & ~Offset<-4, V>(matching(2), w);
+    const V e2 = e1 & Offset<-3, V>(back1, w) & ~Offset<-4, V>(matching(1), w);
     down[0] |= a0;
     down[1] |= a1;
     down[2] |= a2;
@@ -232,6 +249,9 @@ template <typename V>
     up3[0] |= d0;
     up3[1] |= d1;
     up3[2] |= d2;
+    up4[0] |= e0;
+    up4[1] |= e1;
+    up4[2] |= e2;
     // The side pixel at i matches the running colour, or the one before i differs from it
     // in all channels.
     stops1 |= Offset<-1, V>(matching(1), w) | Offset<-1, V>(at(SideDiffersPlane(side, 0)), w);
@@ -240,16 +260,20 @@ template <typename V>
   const auto put = [&](int32_t k, V v) { std::memcpy(derived + k * pitch + w, &v, sizeof(V)); };
   put(kMatch1, Offset<0, V>(back1, w));
   put(kMatch2, Offset<0, V>(back2, w));
-  put(kMatch3, Offset<0, V>(at(kernels::kCentreBack3), w));
+  put(kMatch3, Offset<0, V>(back3, w));
+  put(kMatch4, Offset<0, V>(at(kernels::kCentreBack4), w));
   put(kStep1, up1[0] & down[0]);
   put(kStep2, up2[0] & down[0]);
   put(kStep3, up3[0] & down[0]);
+  put(kStep4, up4[0] & down[0]);
   put(kUpTwo1, up1[1]);
   put(kUpThree1, up1[2]);
   put(kUpTwo2, up2[1]);
   put(kUpThree2, up2[2]);
   put(kUpTwo3, up3[1]);
   put(kUpThree3, up3[2]);
+  put(kUpTwo4, up4[1]);
+  put(kUpThree4, up4[2]);
   put(kDownOne, down[0]);
   put(kDownTwo, down[1]);
   put(kDownThree, down[2]);
@@ -417,7 +441,7 @@ class StepSearch {
   bool FillPlanes(const T* const lane[3], int32_t count, bool follows, const HopTables& hops);
   uint32_t CodeByComparing(const T* const lane[3], int32_t inner, bool planes) const;
   uint32_t CodeOfFours(const uint8_t* const lane[3], int32_t inner, bool planes) const;
-  // Rows of bits for one line: where the walk moved with the running colour 1, 2 and 3
+  // Rows of bits for one line: where the walk moved with the running colour 1 to 4
   // behind, then the parts of its marks; each with a clear word on either side.
   uint64_t* Visited(int32_t k) {
     return visited_.data() + static_cast<ptrdiff_t>(k) * (words_ + 2) + 1;
@@ -444,7 +468,8 @@ class StepSearch {
 #endif
   std::vector<uint64_t> planes_;
   std::vector<uint8_t> hopBytes_;  // four bytes per position, one for each state
-  // Running colours the planes follow: the third only where lines are not softened.
+  // Running colours the planes follow: the third and fourth only where lines are not
+  // softened.
   int32_t codeSets_ = 2;
   std::vector<uint64_t> visited_;
   const T* running_ = kBlack;  // a source pixel, or black at the start
@@ -469,13 +494,12 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follo
   for (int32_t k = 0; k < kernels::kLanePlanes; ++k)
     Plane(k)[words] = 0;  // a longer line of the other pass may have left bits there
   DerivePlanes(Plane(0), words_ + 2, words, DerivedPlane(0));
-  // The fourth state is the lost colour's, which the walk never reads.
   const uint64_t* own[8] = {DerivedPlane(kMatch1), DerivedPlane(kMatch2), DerivedPlane(kMatch3),
-                            DerivedPlane(kMatch3), DerivedPlane(kStep1),  DerivedPlane(kStep2),
-                            DerivedPlane(kStep3),  DerivedPlane(kStep3)};
+                            DerivedPlane(kMatch4), DerivedPlane(kStep1),  DerivedPlane(kStep2),
+                            DerivedPlane(kStep3),  DerivedPlane(kStep4)};
   const uint64_t* shared[2] = {DerivedPlane(kDownTwo), DerivedPlane(kDownThree)};
   uint8_t tables[4][16];
-  for (size_t k = 0; k < 4; ++k)
+  for (size_t k = 0; k < kCodeSets; ++k)
     std::copy(hops[k].begin(), hops[k].end(), tables[k]);
   return kernels::LookupBitNibbles(own, shared, tables, words, hopBytes_.data()) == kernels::kOk;
 }
@@ -586,15 +610,16 @@ uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
 // pixel that matched the running colour only passed the walk on.
 template <typename T>
 bool StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words) {
-  uint64_t* const passed[4] = {Visited(0), Visited(1), Visited(2), nullptr};
+  uint64_t* const passed[kCodeSets] = {Visited(0), Visited(1), Visited(2), Visited(3)};
   if (kernels::GatherHighBits4(hopBytes_.data(), words, passed) != kernels::kOk) return false;
   const auto derived = [&](int32_t k, ptrdiff_t w) { return DerivedPlane(k)[w]; };
   for (ptrdiff_t w = 0; w < words; ++w) {
     passed[0][w] &= ~derived(kMatch1, w);
     passed[1][w] &= ~derived(kMatch2, w);
     passed[2][w] &= ~derived(kMatch3, w);
+    passed[3][w] &= ~derived(kMatch4, w);
   }
-  const uint64_t* const visited[kCodeSets] = {passed[0], passed[1], passed[2]};
+  const uint64_t* const* visited = passed;
   // Per word: the steps, those whose runs reach two or three, and the softenings.
   uint64_t* parts = Visited(kCodeSets);
   const auto part = [&](int32_t k) { return parts + k * (words_ + 2); };
@@ -610,12 +635,13 @@ bool StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words)
     const uint64_t steps1 = visited[0][w] & derived(kStep1, w);
     const uint64_t steps2 = visited[1][w] & derived(kStep2, w);
     const uint64_t steps3 = visited[2][w] & derived(kStep3, w);
-    const uint64_t steps = steps1 | steps2 | steps3;
+    const uint64_t steps4 = visited[3][w] & derived(kStep4, w);
+    const uint64_t steps = steps1 | steps2 | steps3 | steps4;
     part(kSteps)[w] = steps;
     part(kStepsUpTwo)[w] = (steps1 & derived(kUpTwo1, w)) | (steps2 & derived(kUpTwo2, w)) |
-                           (steps3 & derived(kUpTwo3, w));
+                           (steps3 & derived(kUpTwo3, w)) | (steps4 & derived(kUpTwo4, w));
     part(kStepsUpThree)[w] = (steps1 & derived(kUpThree1, w)) | (steps2 & derived(kUpThree2, w)) |
-                             (steps3 & derived(kUpThree3, w));
+                             (steps3 & derived(kUpThree3, w)) | (steps4 & derived(kUpThree4, w));
     part(kStepsDownTwo)[w] = steps & derived(kDownTwo, w);
     part(kStepsDownThree)[w] = steps & derived(kDownThree, w);
     part(kSoftenings)[w] = softenLines_
@@ -731,20 +757,23 @@ bool StepSearch<T>::Walk() {
         // down the columns that takes it to another line.
         ptrdiff_t at = 4 * static_cast<ptrdiff_t>(inner) + behind - 1;
         ptrdiff_t from = at;
+        uint8_t hop = 0;
         do {
           from = at;
-          const uint8_t hop = hopBytes[from];
+          hop = hopBytes[from];
           hopBytes[from] = hop | kPassed;
           at += hop;
-        } while ((at & 3) != kLostColour && at < stop);
-        inner = static_cast<int32_t>(at >> 2);
-        const auto state = static_cast<int32_t>(at & 3);
+        } while (hop < kLostColour && at < stop);
         const auto left = static_cast<int32_t>(from >> 2);
         behind = 0;
-        if (state != kLostColour) {
-          behind = state + 1;
+        if (hop < kLostColour) {
+          inner = static_cast<int32_t>(at >> 2);
+          behind = static_cast<int32_t>(at & 3) + 1;
           running_ = lane[1] + 4 * static_cast<ptrdiff_t>(inner - behind);
-        } else if (inner == left + 1) {
+          continue;
+        }
+        inner = left + (hop & (kLostColour - 1));
+        if (inner == left + 1) {
           // The colour matched once more than the planes follow.
           running_ = lane[1] + 4 * static_cast<ptrdiff_t>(left - 1 - (from & 3));
         } else {

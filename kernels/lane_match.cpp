@@ -45,7 +45,10 @@ void PlainMatches(const T* before, const T* centre, const T* after, int32_t coun
     set(kCentreBack1, (Compare(c, c - 4, at, tolerance) & 1U) != 0);
     set(kCentreBack2, (Compare(c, c - 8, at, tolerance) & 1U) != 0);
     set(kCentreBack3, (Compare(c, c - 12, at, tolerance) & 1U) != 0);
+    set(kCentreBack4, (Compare(c, c - 16, at, tolerance) & 1U) != 0);
     for (int32_t side = 0; side < 2; ++side) {
+      set(SideMatchBack3Plane(side),
+          (Compare(pixel(sides[side], p), c - 12, at, tolerance) & 1U) != 0);
       for (int32_t dp = -2; dp <= 2; ++dp) {
         const uint32_t relation = Compare(pixel(sides[side], p + dp), c, at, tolerance);
         set(SideMatchPlane(side, dp), (relation & 1U) != 0);

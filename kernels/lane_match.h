@@ -19,14 +19,21 @@ inline constexpr int32_t kCentreSelf = 0;   // C(p) matches itself: not for a Na
 inline constexpr int32_t kCentreBack1 = 1;  // C(p) matches C(p - 1)
 inline constexpr int32_t kCentreBack2 = 2;  // C(p) matches C(p - 2)
 inline constexpr int32_t kCentreBack3 = 3;  // C(p) matches C(p - 3)
+inline constexpr int32_t kCentreBack4 = 4;  // C(p) matches C(p - 4)
 // Plus 5 * side + d + 2: S(p + d) matches C(p), for d from -2 to 2.
-inline constexpr int32_t kSideMatches = 4;
+inline constexpr int32_t kSideMatches = 5;
+// Plus side: S(p) matches C(p - 3), which is S(q + 3) against C(q) kept at p = q + 3, so
+// that no lane is read past the end of a line.
+inline constexpr int32_t kSideMatchesBack3 = kSideMatches + 10;
 // Plus 2 * side + d: S(p + d) differs in all from C(p), for d of 0 and 1.
-inline constexpr int32_t kSideDiffers = kSideMatches + 10;
+inline constexpr int32_t kSideDiffers = kSideMatchesBack3 + 2;
 inline constexpr int32_t kLanePlanes = kSideDiffers + 4;
 
 constexpr int32_t SideMatchPlane(int32_t side, int32_t d) {
   return kSideMatches + 5 * side + d + 2;
+}
+constexpr int32_t SideMatchBack3Plane(int32_t side) {
+  return kSideMatchesBack3 + side;
 }
 constexpr int32_t SideDiffersPlane(int32_t side, int32_t d) {
   return kSideDiffers + 2 * side + d;
@@ -35,7 +42,7 @@ constexpr int32_t SideDiffersPlane(int32_t side, int32_t d) {
 // Fills the kLanePlanes planes, plane k from planes + k * planePitch, with the bits of
 // positions 0 to count - 1 at bit p % 64 of word p / 64, and clears their bits from
 // count to the end of the last word. Every lane is read from position -2 to count + 1, the
-// centre lane from -3. Without `differences`, a caller that never asks where the side
+// centre lane from -4. Without `differences`, a caller that never asks where the side
 // lanes differ in all, those planes may be left as they were.
 // Byte tolerances are held to 0 to 255.
 Status LaneMatches8u_C4(const uint8_t* before, const uint8_t* centre, const uint8_t* after,

@@ -87,34 +87,37 @@ int32_t LaneMatchesOf8u(const uint8_t* before, const uint8_t* centre, const uint
     return bits;
   };
   const uint64_t all = n == 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
-  EveryBlock(count, n, planes, planePitch, kWritten,
-             [&](int32_t p, auto put) VITRELLA_ALWAYS_INLINE {
-               const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
-               put(kCentreSelf, all);
-               put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
-               put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
-               put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
-               const auto sideLane = [&]<int32_t kSide, int32_t kD>() {
-                 if constexpr ((kWritten >> SideMatchPlane(kSide, kD) & 1U) != 0) {
-                   const uint8_t* side =
-                       (kSide == 0 ? before : after) + 4 * (static_cast<ptrdiff_t>(p) + kD);
-                   const auto over = beyond(side, c);
-                   put(SideMatchPlane(kSide, kD), bitsOf(hn::Eq(over, zero)));
-                   if constexpr ((kD == 0 || kD == 1) &&
-                                 (kWritten >> SideDiffersPlane(kSide, kD) & 1U) != 0)
-                     put(SideDiffersPlane(kSide, kD), bitsOf(hn::Eq(over, colour)));
-                 }
-               };
-               const auto sides = [&]<int32_t kSide>() {
-                 sideLane.template operator()<kSide, -2>();
-                 sideLane.template operator()<kSide, -1>();
-                 sideLane.template operator()<kSide, 0>();
-                 sideLane.template operator()<kSide, 1>();
-                 sideLane.template operator()<kSide, 2>();
-               };
-               sides.template operator()<0>();
-               sides.template operator()<1>();
-             });
+  EveryBlock(
+      count, n, planes, planePitch, kWritten, [&](int32_t p, auto put) VITRELLA_ALWAYS_INLINE {
+        const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
+        put(kCentreSelf, all);
+        put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
+        put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
+        put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
+        put(kCentreBack4, bitsOf(hn::Eq(beyond(c, c - 16), zero)));
+        const auto sideLane = [&]<int32_t kSide, int32_t kD>() {
+          if constexpr ((kWritten >> SideMatchPlane(kSide, kD) & 1U) != 0) {
+            const uint8_t* side =
+                (kSide == 0 ? before : after) + 4 * (static_cast<ptrdiff_t>(p) + kD);
+            const auto over = beyond(side, c);
+            put(SideMatchPlane(kSide, kD), bitsOf(hn::Eq(over, zero)));
+            if constexpr ((kD == 0 || kD == 1) &&
+                          (kWritten >> SideDiffersPlane(kSide, kD) & 1U) != 0)
+              put(SideDiffersPlane(kSide, kD), bitsOf(hn::Eq(over, colour)));
+          }
+        };
+        const auto sides = [&]<int32_t kSide>() {
+          const uint8_t* side = (kSide == 0 ? before : after) + 4 * static_cast<ptrdiff_t>(p);
+          put(SideMatchBack3Plane(kSide), bitsOf(hn::Eq(beyond(side, c - 12), zero)));
+          sideLane.template operator()<kSide, -2>();
+          sideLane.template operator()<kSide, -1>();
+          sideLane.template operator()<kSide, 0>();
+          sideLane.template operator()<kSide, 1>();
+          sideLane.template operator()<kSide, 2>();
+        };
+        sides.template operator()<0>();
+        sides.template operator()<1>();
+      });
   return count;
 #endif
 }
@@ -170,10 +173,10 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
   EveryBlock(count, kBlock, planes, planePitch, written, [&](int32_t p, auto put) {
     const float* c = centre + 4 * static_cast<ptrdiff_t>(p);
     // One comparison of the block: `other` against the centre, lane bits of each vector.
-    const auto compare = [&](const float* other, auto test) {
+    const auto compareWith = [&](const float* other, const float* with, auto test) {
       uint64_t bits = 0;
       for (int32_t j = 0; j < 64; j += lanes) {
-        const auto vc = hn::LoadU(d, c + j);
+        const auto vc = hn::LoadU(d, with + j);
         const auto apart = hn::Abs(hn::Sub(hn::LoadU(d, other + j), vc));
         uint64_t part = 0;
         hn::StoreMaskBits(d, test(apart), reinterpret_cast<uint8_t*>(&part));
@@ -181,13 +184,17 @@ int32_t LaneMatches32f(const float* before, const float* centre, const float* af
       }
       return pixelBits(bits);
     };
+    const auto compare = [&](const float* other, auto test) { return compareWith(other, c, test); };
     const auto within = [&](auto apart) { return hn::Le(apart, limit); };
     const auto beyond = [&](auto apart) { return hn::Gt(apart, limit); };
     put(kCentreSelf, compare(c, within));
     put(kCentreBack1, compare(c - 4, within));
     put(kCentreBack2, compare(c - 8, within));
     put(kCentreBack3, compare(c - 12, within));
+    put(kCentreBack4, compare(c - 16, within));
     for (int32_t side = 0; side < 2; ++side) {
+      put(SideMatchBack3Plane(side),
+          compareWith(sides[side] + 4 * static_cast<ptrdiff_t>(p), c - 12, within));
       for (int32_t dp = -2; dp <= 2; ++dp) {
         if ((written >> SideMatchPlane(side, dp) & 1U) == 0) continue;
         const float* other = sides[side] + 4 * (static_cast<ptrdiff_t>(p) + dp);

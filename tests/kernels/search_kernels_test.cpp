@@ -67,7 +67,11 @@ void ExpectPlanes(const std::vector<T>& lanes, int32_t count, ColourPositions at
     ASSERT_EQ(bit(kCentreBack1, p), matches(pixel(1, p - 1))) << p;
     ASSERT_EQ(bit(kCentreBack2, p), matches(pixel(1, p - 2))) << p;
     ASSERT_EQ(bit(kCentreBack3, p), matches(pixel(1, p - 3))) << p;
+    ASSERT_EQ(bit(kCentreBack4, p), matches(pixel(1, p - 4))) << p;
     for (int32_t side = 0; side < 2; ++side) {
+      ASSERT_EQ(bit(SideMatchBack3Plane(side), p),
+                (Relation(pixel(2 * side, p), pixel(1, p - 3), at, tolerance) & 1U) != 0)
+          << "count " << count << " side " << side << " at " << p;
       for (int32_t d = -2; d <= 2; ++d) {
         const uint32_t relation = Relation(pixel(2 * side, p + d), c, at, tolerance);
         ASSERT_EQ(bit(SideMatchPlane(side, d), p), (relation & 1U) != 0)
