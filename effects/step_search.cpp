@@ -129,7 +129,9 @@ inline void PrefetchLine(const void* start, size_t bytes) {
 // the walk on by one, with the colour a pixel further behind; `states` states know it.
 constexpr uint8_t kLostColour = 0x40;
 constexpr uint8_t kPassed = 0x80;
-using HopTables = std::array<std::array<uint8_t, 16>, kCodeSets>;
+struct HopTables {
+  uint8_t bytes[kCodeSets][16];
+};
 
 // The byte of each state by the nibble of LookupBitNibbles: match, step, and runs ahead
 // of two and three.
@@ -151,9 +153,8 @@ HopTables Hops(bool alongRows, int32_t states) {
         next = 1;
         lost = !alongRows && down > 1;
       }
-      tables[static_cast<size_t>(state)][nibble] =
-          lost ? static_cast<uint8_t>(kLostColour | advance)
-               : static_cast<uint8_t>(4 * advance + next - state);
+      tables.bytes[state][nibble] = lost ? static_cast<uint8_t>(kLostColour | advance)
+                                         : static_cast<uint8_t>(4 * advance + next - state);
     }
   }
   return tables;
@@ -498,10 +499,8 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follo
                             DerivedPlane(kMatch4), DerivedPlane(kStep1),  DerivedPlane(kStep2),
                             DerivedPlane(kStep3),  DerivedPlane(kStep4)};
   const uint64_t* shared[2] = {DerivedPlane(kDownTwo), DerivedPlane(kDownThree)};
-  uint8_t tables[4][16];
-  for (size_t k = 0; k < kCodeSets; ++k)
-    std::copy(hops[k].begin(), hops[k].end(), tables[k]);
-  return kernels::LookupBitNibbles(own, shared, tables, words, hopBytes_.data()) == kernels::kOk;
+  return kernels::LookupBitNibbles(own, shared, hops.bytes, words, hopBytes_.data()) ==
+         kernels::kOk;
 }
 
 // The code of a pixel that does not match the running colour, from its colours: the
