@@ -23,25 +23,6 @@ void Transpose64(uint64_t (&block)[64]) {
 
 }  // namespace
 
-Status PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_t words,
-                     uint8_t* bytes) {
-  if (planes == nullptr || bytes == nullptr) return kNullPointer;
-  if (planeCount < 0 || planeCount > 8 || words < 0) return kBadSize;
-  for (int32_t k = 0; k < planeCount; ++k) {
-    if (planes[k] == nullptr) return kNullPointer;
-  }
-  if (!UseReferenceKernels() && vector::PackBitPlanes(planes, planeCount, words, bytes)) {
-    return kOk;
-  }
-  for (ptrdiff_t p = 0; p < 64 * words; ++p) {
-    uint32_t packed = 0;
-    for (int32_t k = 0; k < planeCount; ++k)
-      packed |= static_cast<uint32_t>((planes[k][p >> 6] >> (p & 63)) & 1U) << k;
-    bytes[p] = static_cast<uint8_t>(packed);
-  }
-  return kOk;
-}
-
 Status LookupBitNibbles(const uint64_t* const own[8], const uint64_t* const shared[2],
                         const uint8_t tables[4][16], ptrdiff_t words, uint8_t* out) {
   if (own == nullptr || shared == nullptr || tables == nullptr || out == nullptr)

@@ -1,6 +1,6 @@
-// Rows of bits, one per pixel, as a search keeps its findings: several of them packed side
-// by side into one byte per pixel, and a whole matrix of them turned over, so that what a
-// walk down the columns found can join what one along the rows did.
+// Rows of bits, one per pixel, as a search keeps its findings: several of them turned into
+// bytes per pixel by table and gathered back, and a whole matrix of them turned over, so
+// that what a walk down the columns found can join what one along the rows did.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,6 @@
 #include "kernels/image.h"
 
 namespace vitrella::kernels {
-
-// Byte p of `bytes` gets bit p of planes[k] as its bit k, for up to 8 planes of `words`
-// 64-bit words each, bit p of a plane at bit p % 64 of word p / 64: 64 * words bytes.
-Status PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_t words,
-                     uint8_t* bytes);
 
 // Four table lookups per position, side by side: byte 4p + s of `out` gets tables[s][n],
 // where n holds bit p of own[s] as its bit 0, of own[4 + s] as its bit 1, and of shared[0]

@@ -6,11 +6,6 @@
 
 namespace vitrella::kernels::vector {
 
-// PackBitPlanes of kernels/bit_planes.h; false where the family's vectors hold fewer than
-// eight bytes, which the caller then packs itself.
-bool PackBitPlanes(const uint64_t* const* planes, int32_t planeCount, ptrdiff_t words,
-                   uint8_t* bytes);
-
 // LookupBitNibbles and GatherHighBits4 of kernels/bit_planes.h; false where the family
 // has no byte shuffle.
 bool LookupBitNibbles(const uint64_t* const* own, const uint64_t* const* shared,

@@ -232,25 +232,6 @@ struct RandomPlanes {
   std::array<const uint64_t*, 10> rows{};
 };
 
-// Byte p holds bit p of each plane in the plane's place, for every count of planes.
-TEST_P(LaneKernels, PackedPlanesHoldEachPlanesBitInItsPlace) {
-  std::mt19937_64 random(3);
-  RandomPlanes planes(random);
-  const uint64_t* const* rows = planes.rows.data();
-  for (int32_t count = 0; count <= 8; ++count) {
-    std::vector<uint8_t> bytes(64 * kWords, 0xEE);
-    ASSERT_EQ(PackBitPlanes(rows, count, kWords, bytes.data()), kOk);
-    for (int32_t p = 0; p < 64 * kWords; ++p) {
-      uint32_t want = 0;
-      for (int32_t k = 0; k < count; ++k)
-        want |= static_cast<uint32_t>(rows[k][p / 64] >> (p % 64) & 1U) << k;
-      ASSERT_EQ(bytes[static_cast<size_t>(p)], want) << count << " planes, position " << p;
-    }
-  }
-  EXPECT_EQ(PackBitPlanes(rows, 9, kWords, reinterpret_cast<uint8_t*>(planes.words.data())),
-            kBadSize);
-}
-
 // Each position's four looked-up bytes sit side by side, each from its own table and
 // nibble; top bits set in them come back as the four ways' rows of bits.
 TEST_P(LaneKernels, NibbleLookupsSitSideBySideAndTheirTopBitsComeBack) {
