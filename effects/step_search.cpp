@@ -167,11 +167,16 @@ inline void OrBits(uint64_t* row, int32_t pos, uint64_t bits) {
   row[(pos >> 6) + 1] |= (bits >> 1) >> (63 - shift);
 }
 
-// Words of bits, one at a time or, where the compiler has vector types, two: the rules
-// below are the same bitwise operations on either.
+// Words of bits, one at a time or, where the compiler has vector types, two or four: the
+// rules below are the same bitwise operations on any of them.
 #if defined(__GNUC__)
+// The helpers that pass four words by value are inlined wherever they are used, so no
+// call between differently built code ever carries one.
+#pragma GCC diagnostic ignored "-Wpsabi"
+using WordQuad = uint64_t __attribute__((vector_size(32)));
 using WordPair = uint64_t __attribute__((vector_size(16)));
 #else
+using WordQuad = uint64_t;
 using WordPair = uint64_t;
 #endif
 
@@ -284,12 +289,94 @@ template <typename V>
 
 VITRELLA_VECTOR_CLONES void DerivePlanes(const uint64_t* matches, ptrdiff_t pitch, ptrdiff_t words,
                                          uint64_t* derived) {
-  constexpr auto kStride = static_cast<ptrdiff_t>(sizeof(WordPair) / sizeof(uint64_t));
+  constexpr auto kQuad = static_cast<ptrdiff_t>(sizeof(WordQuad) / sizeof(uint64_t));
+  constexpr auto kPair = static_cast<ptrdiff_t>(sizeof(WordPair) / sizeof(uint64_t));
   ptrdiff_t w = 0;
-  for (; w + kStride <= words; w += kStride)
+  for (; w + kQuad <= words; w += kQuad)
+    DeriveWords<WordQuad>(matches, pitch, w, derived);
+  for (; w + kPair <= words; w += kPair)
     DeriveWords<WordPair>(matches, pitch, w, derived);
   for (; w < words; ++w)
     DeriveWords<uint64_t>(matches, pitch, w, derived);
+}
+
+// What the walk's moves mark, where it passed with the running colour 1 to 4 behind:
+// `visited` holds those four rows of bits, then room for six more, `derived` the planes
+// of Derived, all `pitch` words apart with a clear word on either side. A step marks
+// `up` pixels behind it and `down` from it on along the line, a softening the three lanes
+// one pixel behind; a pixel that matched the running colour only passed the walk on.
+enum MarkPart : int32_t {
+  kSteps = kCodeSets,
+  kStepsUpTwo,
+  kStepsUpThree,
+  kStepsDownTwo,
+  kStepsDownThree,
+  kSoftenings
+};
+
+template <typename V>
+[[gnu::always_inline]] inline void MarkParts(uint64_t* visited, const uint64_t* derived,
+                                             ptrdiff_t pitch, ptrdiff_t w, bool soften) {
+  const auto at = [&](const uint64_t* planes, int32_t k) {
+    return LoadWords<V>(planes + k * pitch + w);
+  };
+  const auto put = [&](int32_t k, V v) { std::memcpy(visited + k * pitch + w, &v, sizeof(V)); };
+  const V passed[kCodeSets] = {
+      at(visited, 0) & ~at(derived, kMatch1), at(visited, 1) & ~at(derived, kMatch2),
+      at(visited, 2) & ~at(derived, kMatch3), at(visited, 3) & ~at(derived, kMatch4)};
+  const V steps1 = passed[0] & at(derived, kStep1);
+  const V steps2 = passed[1] & at(derived, kStep2);
+  const V steps3 = passed[2] & at(derived, kStep3);
+  const V steps4 = passed[3] & at(derived, kStep4);
+  const V steps = steps1 | steps2 | steps3 | steps4;
+  put(kSteps, steps);
+  put(kStepsUpTwo, (steps1 & at(derived, kUpTwo1)) | (steps2 & at(derived, kUpTwo2)) |
+                       (steps3 & at(derived, kUpTwo3)) | (steps4 & at(derived, kUpTwo4)));
+  put(kStepsUpThree, (steps1 & at(derived, kUpThree1)) | (steps2 & at(derived, kUpThree2)) |
+                         (steps3 & at(derived, kUpThree3)) | (steps4 & at(derived, kUpThree4)));
+  put(kStepsDownTwo, steps & at(derived, kDownTwo));
+  put(kStepsDownThree, steps & at(derived, kDownThree));
+  V softenings{};
+  if (soften) {
+    softenings = (passed[0] & ~at(derived, kStep1) & at(derived, kSoften1)) |
+                 (passed[1] & ~at(derived, kStep2) & at(derived, kSoften2));
+  }
+  put(kSoftenings, softenings);
+}
+
+template <typename V>
+[[gnu::always_inline]] inline void MarkWords(const uint64_t* parts, ptrdiff_t pitch, ptrdiff_t w,
+                                             uint64_t* const markRows[3]) {
+  const auto part = [&](int32_t k) { return parts + k * pitch; };
+  const V soften = Offset<1, V>(part(kSoftenings), w);
+  const V centre = soften | Offset<0, V>(part(kSteps), w) | Offset<-1, V>(part(kStepsDownTwo), w) |
+                   Offset<-2, V>(part(kStepsDownThree), w) | Offset<1, V>(part(kSteps), w) |
+                   Offset<2, V>(part(kStepsUpTwo), w) | Offset<3, V>(part(kStepsUpThree), w);
+  const auto orInto = [&](uint64_t* row, V v) {
+    v |= LoadWords<V>(row + w);
+    std::memcpy(row + w, &v, sizeof(V));
+  };
+  orInto(markRows[0], soften);
+  orInto(markRows[1], centre);
+  orInto(markRows[2], soften);
+}
+
+VITRELLA_VECTOR_CLONES void MarkPassed(uint64_t* visited, const uint64_t* derived, ptrdiff_t pitch,
+                                       ptrdiff_t words, bool soften, uint64_t* const markRows[3]) {
+  constexpr auto kQuad = static_cast<ptrdiff_t>(sizeof(WordQuad) / sizeof(uint64_t));
+  ptrdiff_t w = 0;
+  for (; w + kQuad <= words; w += kQuad)
+    MarkParts<WordQuad>(visited, derived, pitch, w, soften);
+  for (; w < words; ++w)
+    MarkParts<uint64_t>(visited, derived, pitch, w, soften);
+  // Bits k positions on, or back, across words: each part has a clear word either side,
+  // the one after it cleared here of what a longer line of the other pass left there.
+  for (int32_t k = kSteps; k <= kSoftenings; ++k)
+    visited[k * pitch + words] = 0;
+  for (w = 0; w + kQuad <= words; w += kQuad)
+    MarkWords<WordQuad>(visited, pitch, w, markRows);
+  for (; w < words; ++w)
+    MarkWords<uint64_t>(visited, pitch, w, markRows);
 }
 
 // Lengths of the runs of set bits in three flags: from bit 2 down, and from bit 0 up.
@@ -354,7 +441,10 @@ class StepSearch {
     if (planes) {
       planes_.assign(static_cast<size_t>(words_ + 2) * (kernels::kLanePlanes + kDerivedPlanes), 0);
       codeSets_ = softenLines ? 2 : kCodeSets;
-      hopBytes_.assign(static_cast<size_t>(256 * words_), 0);
+      // The pairs read the bytes up to 64 past a line's; one more takes the notes that a
+      // walk makes nowhere.
+      hopBytes_.assign(static_cast<size_t>(256 * words_ + 65), 0);
+      pairBytes_.assign(static_cast<size_t>(256 * words_), 0);
       visited_.assign(static_cast<size_t>(words_ + 2) * (kCodeSets + 6), 0);
     }
   }
@@ -468,7 +558,8 @@ class StepSearch {
   __m128i fourChannels_{};  // all ones in each pixel's colour bytes
 #endif
   std::vector<uint64_t> planes_;
-  std::vector<uint8_t> hopBytes_;  // four bytes per position, one for each state
+  std::vector<uint8_t> hopBytes_;   // four bytes per position, one for each state
+  std::vector<uint8_t> pairBytes_;  // each of those bytes' move and the next one's as one
   // Running colours the planes follow: the third and fourth only where lines are not
   // softened.
   int32_t codeSets_ = 2;
@@ -500,7 +591,8 @@ bool StepSearch<T>::FillPlanes(const T* const lane[3], int32_t count, bool follo
                             DerivedPlane(kStep3),  DerivedPlane(kStep4)};
   const uint64_t* shared[2] = {DerivedPlane(kDownTwo), DerivedPlane(kDownThree)};
   return kernels::LookupBitNibbles(own, shared, hops.bytes, words, hopBytes_.data()) ==
-         kernels::kOk;
+             kernels::kOk &&
+         kernels::PairJumps(hopBytes_.data(), 256 * words, pairBytes_.data()) == kernels::kOk;
 }
 
 // The code of a pixel that does not match the running colour, from its colours: the
@@ -604,68 +696,12 @@ uint32_t StepSearch<T>::CodeOfFours(const uint8_t* const lane[3], int32_t inner,
 }
 
 // Marks a line's moves made where the planes knew the running colour, from the bytes in
-// which the walk noted where it passed in which state: a step marks `up` pixels behind it
-// and `down` from it on along the line, a softening the three lanes one pixel behind. A
-// pixel that matched the running colour only passed the walk on.
+// which the walk noted where it passed in which state.
 template <typename T>
 bool StepSearch<T>::MarkFromPlanes(uint64_t* const markRows[3], ptrdiff_t words) {
   uint64_t* const passed[kCodeSets] = {Visited(0), Visited(1), Visited(2), Visited(3)};
   if (kernels::GatherHighBits4(hopBytes_.data(), words, passed) != kernels::kOk) return false;
-  const auto derived = [&](int32_t k, ptrdiff_t w) { return DerivedPlane(k)[w]; };
-  for (ptrdiff_t w = 0; w < words; ++w) {
-    passed[0][w] &= ~derived(kMatch1, w);
-    passed[1][w] &= ~derived(kMatch2, w);
-    passed[2][w] &= ~derived(kMatch3, w);
-    passed[3][w] &= ~derived(kMatch4, w);
-  }
-  const uint64_t* const* visited = passed;
-  // Per word: the steps, those whose runs reach two or three, and the softenings.
-  uint64_t* parts = Visited(kCodeSets);
-  const auto part = [&](int32_t k) { return parts + k * (words_ + 2); };
-  enum Part : int32_t {
-    kSteps,
-    kStepsUpTwo,
-    kStepsUpThree,
-    kStepsDownTwo,
-    kStepsDownThree,
-    kSoftenings
-  };
-  for (ptrdiff_t w = 0; w < words; ++w) {
-    const uint64_t steps1 = visited[0][w] & derived(kStep1, w);
-    const uint64_t steps2 = visited[1][w] & derived(kStep2, w);
-    const uint64_t steps3 = visited[2][w] & derived(kStep3, w);
-    const uint64_t steps4 = visited[3][w] & derived(kStep4, w);
-    const uint64_t steps = steps1 | steps2 | steps3 | steps4;
-    part(kSteps)[w] = steps;
-    part(kStepsUpTwo)[w] = (steps1 & derived(kUpTwo1, w)) | (steps2 & derived(kUpTwo2, w)) |
-                           (steps3 & derived(kUpTwo3, w)) | (steps4 & derived(kUpTwo4, w));
-    part(kStepsUpThree)[w] = (steps1 & derived(kUpThree1, w)) | (steps2 & derived(kUpThree2, w)) |
-                             (steps3 & derived(kUpThree3, w)) | (steps4 & derived(kUpThree4, w));
-    part(kStepsDownTwo)[w] = steps & derived(kDownTwo, w);
-    part(kStepsDownThree)[w] = steps & derived(kDownThree, w);
-    part(kSoftenings)[w] = softenLines_
-                               ? (visited[0][w] & ~derived(kStep1, w) & derived(kSoften1, w)) |
-                                     (visited[1][w] & ~derived(kStep2, w) & derived(kSoften2, w))
-                               : 0;
-  }
-  // Bits k positions on, or back, across words; each part has a clear word either side,
-  // the one after it cleared here of what a longer line of the other pass left there.
-  for (int32_t k = kSteps; k <= kSoftenings; ++k)
-    part(k)[words] = 0;
-  const auto on = [&](int32_t k, ptrdiff_t w, int32_t n) {
-    return (part(k)[w] << n) | (part(k)[w - 1] >> (64 - n));
-  };
-  const auto back = [&](int32_t k, ptrdiff_t w, int32_t n) {
-    return (part(k)[w] >> n) | (part(k)[w + 1] << (64 - n));
-  };
-  for (ptrdiff_t w = 0; w < words; ++w) {
-    const uint64_t soften = back(kSoftenings, w, 1);
-    markRows[0][w] |= soften;
-    markRows[1][w] |= soften | part(kSteps)[w] | on(kStepsDownTwo, w, 1) |
-                      on(kStepsDownThree, w, 2) | back(kSteps, w, 1) | back(kStepsUpTwo, w, 2) |
-                      back(kStepsUpThree, w, 3);
-    markRows[2][w] |= soften;
-  }
+  MarkPassed(Visited(0), DerivedPlane(0), words_ + 2, words, softenLines_, markRows);
   return true;
 }
 
@@ -747,22 +783,42 @@ bool StepSearch<T>::Walk() {
     // the planes know, 0 where it must be compared.
     int32_t behind = 0;
     uint8_t* const hopBytes = hopBytes_.data();
+    const auto nowhere = static_cast<ptrdiff_t>(hopBytes_.size()) - 1;
+    const uint8_t* const pairBytes = pairBytes_.data();
     const ptrdiff_t stop = 4 * static_cast<ptrdiff_t>(end);
     for (int32_t inner = 3; inner < end;) {
       if (behind != 0) {
         // Where the planes know the running colour, each move is one read of the pixel's
-        // byte for the state, with no branch on what the pixel holds. The loop leaves where
-        // the planes lose the colour: after a run of it longer than they follow, or a step
-        // down the columns that takes it to another line.
+        // byte for the state, with no branch on what the pixel holds, and one read of the
+        // pair's byte takes two: the loop waits on one load per two moves, and notes both
+        // where the walk passed, the second only where the first kept within the line. The
+        // loop leaves where the planes lose the colour: after a run of it longer than they
+        // follow, or a step down the columns that takes it to another line.
         ptrdiff_t at = 4 * static_cast<ptrdiff_t>(inner) + behind - 1;
         ptrdiff_t from = at;
-        uint8_t hop = 0;
+        uint8_t pair = 0;
         do {
           from = at;
-          hop = hopBytes[from];
-          hopBytes[from] = hop | kPassed;
-          at += hop;
-        } while (hop < kLostColour && at < stop);
+          const uint8_t move = hopBytes[from];
+          pair = pairBytes[from];
+          hopBytes[from] = move | kPassed;
+          // The second move's byte is what the pair adds to the first; a lost first move
+          // or one that leaves the line notes its second nowhere.
+          const ptrdiff_t next = from + move;
+          hopBytes[move < kLostColour && next < stop ? next : nowhere] =
+              static_cast<uint8_t>((pair - move) | kPassed);
+          at = from + pair;
+        } while (pair < kLostColour && at < stop);
+        // Which of the two moves ended the walk through the bytes.
+        auto hop = static_cast<uint8_t>(hopBytes[from] & (kPassed - 1));
+        if (hop < kLostColour) {
+          at = from + hop;
+          if (at < stop) {
+            from = at;
+            hop = static_cast<uint8_t>(hopBytes[from] & (kPassed - 1));
+            at += hop;
+          }
+        }
         const auto left = static_cast<int32_t>(from >> 2);
         behind = 0;
         if (hop < kLostColour) {

@@ -61,6 +61,17 @@ Status GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const pl
   return kOk;
 }
 
+Status PairJumps(const uint8_t* jumps, ptrdiff_t count, uint8_t* pairs) {
+  if (jumps == nullptr || pairs == nullptr) return kNullPointer;
+  if (count < 0) return kBadSize;
+  if (!UseReferenceKernels() && vector::PairJumps(jumps, count, pairs)) return kOk;
+  for (ptrdiff_t n = 0; n < count; ++n) {
+    const uint8_t jump = jumps[n];
+    pairs[n] = jump < 0x40 ? static_cast<uint8_t>(jump + jumps[n + jump]) : jump;
+  }
+  return kOk;
+}
+
 Status OrTransposedBits(const uint64_t* src, ptrdiff_t srcPitch, int32_t rows, int32_t columns,
                         uint64_t* dst, ptrdiff_t dstPitch) {
   if (src == nullptr || dst == nullptr) return kNullPointer;

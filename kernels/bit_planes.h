@@ -1,6 +1,7 @@
 // Rows of bits, one per pixel, as a search keeps its findings: several of them turned into
 // bytes per pixel by table and gathered back, and a whole matrix of them turned over, so
-// that what a walk down the columns found can join what one along the rows did.
+// that what a walk down the columns found can join what one along the rows did. Between
+// the two, a walk moves through the bytes as jumps, two at a time.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +22,13 @@ Status LookupBitNibbles(const uint64_t* const own[8], const uint64_t* const shar
 // what a walk noted in the top bits of LookupBitNibbles' bytes, as rows of bits again. A
 // null plane is skipped.
 Status GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const planes[4]);
+
+// Two jumps as one: byte n of `pairs` gets j + jumps[n + j], as a byte, for j = jumps[n]
+// below 0x40, and j itself where it is 0x40 or more, for the `count` bytes from 0. A walk
+// that moves by the jumps takes two with one read, and a pair of 0x40 or more says that
+// one of its jumps stops it. Jumps below 0x40 are at most 32, and `jumps` is readable up
+// to count + 64.
+Status PairJumps(const uint8_t* jumps, ptrdiff_t count, uint8_t* pairs);
 
 // Sets bit r of row c of dst wherever bit c of row r of src is set, for the `rows` rows and
 // `columns` columns of src; rows lie srcPitch and dstPitch words apart. Bits of src past

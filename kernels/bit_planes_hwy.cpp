@@ -94,6 +94,44 @@ bool GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const* pla
 #endif
 }
 
+// A byte gather within the 64 bytes from a block's start, which every jump of up to 32
+// from its lanes stays in: each of the four 16-byte pieces of that window looked up by
+// shuffle, with indices that fall outside the piece pushed to 0x80 and above by a
+// saturating add, which the shuffle reads as zero, so that the four results just OR.
+bool PairJumps(const uint8_t* jumps, ptrdiff_t count, uint8_t* pairs) {
+#if HWY_TARGET == HWY_SCALAR
+  (void)jumps, (void)count, (void)pairs;
+  return false;
+#else
+  constexpr size_t kLanes = HWY_MIN(32, HWY_LANES(uint8_t));
+  static_assert(kLanes == 16 || kLanes == 32);
+  const hn::FixedTag<uint8_t, kLanes> d;
+  const auto lanes = static_cast<ptrdiff_t>(kLanes);
+  const auto stop = hn::Set(d, 0x40);
+  const auto outside = hn::Set(d, 0x70);
+  const auto iota = hn::Iota(d, 0);
+  ptrdiff_t n = 0;
+  for (; n + lanes <= count; n += lanes) {
+    const auto jump = hn::LoadU(d, jumps + n);
+    const auto target = hn::Add(iota, jump);
+    auto second = hn::Zero(d);
+    for (int32_t piece = 0; piece < 4; ++piece) {
+      const auto bytes = hn::LoadDup128(d, jumps + n + 16 * piece);
+      const auto index =
+          hn::SaturatedAdd(hn::Sub(target, hn::Set(d, static_cast<uint8_t>(16 * piece))), outside);
+      second = hn::Or(second, hn::TableLookupBytesOr0(bytes, index));
+    }
+    const auto pair = hn::IfThenElse(hn::Lt(jump, stop), hn::Add(jump, second), jump);
+    hn::StoreU(pair, d, pairs + n);
+  }
+  for (; n < count; ++n) {
+    const uint8_t jump = jumps[n];
+    pairs[n] = jump < 0x40 ? static_cast<uint8_t>(jump + jumps[n + jump]) : jump;
+  }
+  return true;
+#endif
+}
+
 }  // namespace vitrella::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -102,6 +140,7 @@ namespace vitrella::kernels::vector {
 
 HWY_EXPORT(LookupBitNibbles);
 HWY_EXPORT(GatherHighBits4);
+HWY_EXPORT(PairJumps);
 
 bool LookupBitNibbles(const uint64_t* const* own, const uint64_t* const* shared,
                       const uint8_t (*tables)[16], ptrdiff_t words, uint8_t* out) {
@@ -110,6 +149,10 @@ bool LookupBitNibbles(const uint64_t* const* own, const uint64_t* const* shared,
 
 bool GatherHighBits4(const uint8_t* bytes, ptrdiff_t words, uint64_t* const* planes) {
   return HWY_DYNAMIC_DISPATCH(GatherHighBits4)(bytes, words, planes);
+}
+
+bool PairJumps(const uint8_t* jumps, ptrdiff_t count, uint8_t* pairs) {
+  return HWY_DYNAMIC_DISPATCH(PairJumps)(jumps, count, pairs);
 }
 
 }  // namespace vitrella::kernels::vector

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <type_traits>
 
 #include "kernels/dispatch.h"
@@ -69,11 +68,14 @@ Status CheckArguments(const T* before, const T* centre, const T* after, int32_t 
   return AreThreeChannels(at) ? kOk : kBadChannel;
 }
 
+// Clears the planes' words from word `from` on.
 void ClearPlanes(uint64_t* planes, ptrdiff_t planePitch, int32_t count,
-                 uint32_t which = PlanesCompared(true, true)) {
+                 uint32_t which = PlanesCompared(true, true), ptrdiff_t from = 0) {
+  const ptrdiff_t words = LaneWords(count);
   for (int32_t k = 0; k < kLanePlanes; ++k) {
-    if ((which >> k & 1U) != 0)
-      std::memset(planes + k * planePitch, 0, sizeof(uint64_t) * LaneWords(count));
+    if ((which >> k & 1U) == 0) continue;
+    for (ptrdiff_t w = from; w < words; ++w)
+      planes[k * planePitch + w] = 0;
   }
 }
 
@@ -144,8 +146,9 @@ Status Matches(const T* before, const T* centre, const T* after, int32_t count, 
   }
   if (!UseReferenceKernels()) {
     if (follows) ShiftSidePlanes(before, centre, count, at, tolerance, planes, pitch, differences);
+    // The vector pass sets whole words, and only ORs the bits of a last partial one.
     const uint32_t written = PlanesCompared(!follows, differences);
-    ClearPlanes(planes, pitch, count, written);
+    ClearPlanes(planes, pitch, count, written, count / 64);
     if (VectorMatches(before, centre, after, count, at, tolerance, planes, pitch, written) ==
         count) {
       return kOk;

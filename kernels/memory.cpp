@@ -190,7 +190,6 @@ ImagePool* Pool() {
   return &closing.pool;
 }
 
-
 }  // namespace
 
 uint8_t* AllocImage(int32_t width, int32_t height, int32_t pixelBytes, int32_t* pitch) {

@@ -1,7 +1,7 @@
 // The kernels of a search that marks pixels in rows of bits and then changes them: the
 // lane matches against the comparisons written out, at every count across the words of a
-// plane; the packing and turning over of bit planes and the marked copy against plain
-// loops; on every code path, in both channel orders.
+// plane; the packing and turning over of bit planes, the pairing of jumps and the marked
+// copy against plain loops; on every code path, in both channel orders.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -276,6 +276,32 @@ TEST_P(LaneKernels, NibbleLookupsSitSideBySideAndTheirTopBitsComeBack) {
   }
   EXPECT_EQ(LookupBitNibbles(own, nullptr, tables, kWords, bytes.data()), kNullPointer);
   EXPECT_EQ(GatherHighBits4(nullptr, kWords, gathered), kNullPointer);
+}
+
+// A pair is a jump and the one it lands on, and a stop stays a stop, whatever the vector
+// width; counts that end inside a vector take the same rule.
+TEST_P(LaneKernels, JumpPairsAddTheJumpTheyLandOn) {
+  std::mt19937_64 random(9);
+  constexpr ptrdiff_t kCount = 300;
+  std::vector<uint8_t> jumps(kCount + 64);
+  for (uint8_t& jump : jumps) {
+    const uint64_t r = random();
+    jump = static_cast<uint8_t>(r % 5 == 0 ? 0x40 | (r >> 8 & 0x3F) : 1 + (r >> 8) % 32);
+  }
+  for (const ptrdiff_t count : {kCount, ptrdiff_t{45}, ptrdiff_t{0}}) {
+    std::vector<uint8_t> pairs(kCount, 0xEE);
+    ASSERT_EQ(PairJumps(jumps.data(), count, pairs.data()), kOk);
+    for (ptrdiff_t n = 0; n < kCount; ++n) {
+      const uint8_t jump = jumps[static_cast<size_t>(n)];
+      const uint8_t want = n >= count ? 0xEE
+                           : jump >= 0x40
+                               ? jump
+                               : static_cast<uint8_t>(jump + jumps[static_cast<size_t>(n + jump)]);
+      ASSERT_EQ(pairs[static_cast<size_t>(n)], want) << "count " << count << ", byte " << n;
+    }
+  }
+  EXPECT_EQ(PairJumps(nullptr, 1, jumps.data()), kNullPointer);
+  EXPECT_EQ(PairJumps(jumps.data(), -1, jumps.data()), kBadSize);
 }
 
 // Every set bit lands turned over, on matrices that end inside a block or fill it, and
