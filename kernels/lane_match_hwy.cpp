@@ -55,10 +55,51 @@ void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t plane
   if (p < count) put(count - pixels);
 }
 
-// Bytes as bytes: the absolute difference from the two saturated subtractions, beyond the
-// tolerance or not, kept in the colour bytes. A pixel matches where none is beyond it and
-// differs in all where every one is. The planes to write are known when compiled, so
-// that the blocks' comparisons unroll with no test of them.
+// Bit i set where 32-bit word i of the four vectors, taken in order, is zero: on x86 the
+// words narrow to bytes by two saturating packs, which keep zero and nonzero apart, and
+// one byte mask takes them all; the packs interleave the 16-byte blocks of wider vectors,
+// which one lane shuffle puts back in order.
+template <class D, class V>
+VITRELLA_ALWAYS_INLINE inline uint64_t ZeroWordBits(D d, V t0, V t1, V t2, V t3) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(t0.raw) == 32) {
+    (void)d;
+    const __m256i words =
+        _mm256_packs_epi16(_mm256_packs_epi32(t0.raw, t1.raw), _mm256_packs_epi32(t2.raw, t3.raw));
+    const __m256i ordered =
+        _mm256_permutevar8x32_epi32(words, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    return static_cast<uint32_t>(
+        _mm256_movemask_epi8(_mm256_cmpeq_epi8(ordered, _mm256_setzero_si256())));
+  }
+#endif
+#if HWY_ARCH_X86
+  if constexpr (sizeof(t0.raw) == 16) {
+    (void)d;
+    const __m128i words =
+        _mm_packs_epi16(_mm_packs_epi32(t0.raw, t1.raw), _mm_packs_epi32(t2.raw, t3.raw));
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(words, _mm_setzero_si128())));
+  }
+#endif
+  const hn::Repartition<uint32_t, D> d32;
+  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  uint64_t bits = 0;
+  int32_t shift = 0;
+  for (const V t : {t0, t1, t2, t3}) {
+    uint64_t part = 0;
+    hn::StoreMaskBits(d32, hn::Eq(hn::BitCast(d32, t), hn::Zero(d32)),
+                      reinterpret_cast<uint8_t*>(&part));
+    bits |= part << shift;
+    shift += n;
+  }
+  return bits;
+}
+
+// Bytes as bytes, four vectors of pixels a block. Each reference pixel's bytes widen once
+// by the tolerance to a highest and a lowest byte, saturated: another lies beyond it where
+// a subtraction from either side leaves something. The alpha byte's tolerance is 255,
+// which nothing passes. A pixel matches where no byte of its word lies beyond, and
+// differs in all where every colour byte does. The planes to write are known when
+// compiled, so that the blocks' comparisons unroll with no test of them.
 template <uint32_t kWritten>
 int32_t LaneMatchesOf8u(const uint8_t* before, const uint8_t* centre, const uint8_t* after,
                         int32_t count, uint32_t colourBytes, int32_t tolerance, uint64_t* planes,
@@ -68,56 +109,87 @@ int32_t LaneMatchesOf8u(const uint8_t* before, const uint8_t* centre, const uint
   (void)planes, (void)planePitch;
   return 0;
 #else
-  const hn::ScalableTag<uint32_t> d;
-  const hn::Repartition<uint8_t, decltype(d)> d8;
-  const int32_t n = static_cast<int32_t>(hn::Lanes(d));
-  if (count < n) return 0;
-  const auto limit = hn::Set(d8, static_cast<uint8_t>(tolerance));
-  const auto colour = hn::Set(d, colourBytes);
-  const auto zero = hn::Zero(d);
-  const auto beyond = [&](const uint8_t* a, const uint8_t* b) {
-    const auto va = hn::LoadU(d8, a);
-    const auto vb = hn::LoadU(d8, b);
-    const auto difference = hn::Or(hn::SaturatedSub(va, vb), hn::SaturatedSub(vb, va));
-    return hn::And(hn::BitCast(d, hn::VecFromMask(d8, hn::Gt(difference, limit))), colour);
+  constexpr size_t kBytes = HWY_MIN(32, HWY_LANES(uint8_t));
+  const hn::FixedTag<uint8_t, kBytes> d;
+  const hn::Repartition<uint32_t, decltype(d)> d32;
+  using V = hn::Vec<decltype(d)>;
+  constexpr auto kPixels = static_cast<int32_t>(kBytes);  // four vectors of kBytes / 4
+  if (count < kPixels) return 0;
+  const uint32_t limits =
+      (static_cast<uint32_t>(tolerance) * 0x01010101U & colourBytes) | ~colourBytes;
+  const V limit = hn::BitCast(d, hn::Set(d32, limits));
+  const V colour = hn::BitCast(d, hn::Set(d32, colourBytes));
+  const V zero = hn::Zero(d);
+  struct Reference {
+    V high[4];
+    V low[4];
   };
-  const auto bitsOf = [&](auto mask) {
-    uint64_t bits = 0;
-    hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
-    return bits;
+  const auto reference = [&](const uint8_t* px) VITRELLA_ALWAYS_INLINE {
+    Reference r;
+    for (size_t i = 0; i < 4; ++i) {
+      const V v = hn::LoadU(d, px + i * kBytes);
+      r.high[i] = hn::SaturatedAdd(v, limit);
+      r.low[i] = hn::SaturatedSub(v, limit);
+    }
+    return r;
   };
-  const uint64_t all = n == 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
-  EveryBlock(
-      count, n, planes, planePitch, kWritten, [&](int32_t p, auto put) VITRELLA_ALWAYS_INLINE {
-        const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
-        put(kCentreSelf, all);
-        put(kCentreBack1, bitsOf(hn::Eq(beyond(c, c - 4), zero)));
-        put(kCentreBack2, bitsOf(hn::Eq(beyond(c, c - 8), zero)));
-        put(kCentreBack3, bitsOf(hn::Eq(beyond(c, c - 12), zero)));
-        put(kCentreBack4, bitsOf(hn::Eq(beyond(c, c - 16), zero)));
-        const auto sideLane = [&]<int32_t kSide, int32_t kD>() {
-          if constexpr ((kWritten >> SideMatchPlane(kSide, kD) & 1U) != 0) {
-            const uint8_t* side =
-                (kSide == 0 ? before : after) + 4 * (static_cast<ptrdiff_t>(p) + kD);
-            const auto over = beyond(side, c);
-            put(SideMatchPlane(kSide, kD), bitsOf(hn::Eq(over, zero)));
-            if constexpr ((kD == 0 || kD == 1) &&
-                          (kWritten >> SideDiffersPlane(kSide, kD) & 1U) != 0)
-              put(SideDiffersPlane(kSide, kD), bitsOf(hn::Eq(over, colour)));
-          }
-        };
-        const auto sides = [&]<int32_t kSide>() {
-          const uint8_t* side = (kSide == 0 ? before : after) + 4 * static_cast<ptrdiff_t>(p);
-          put(SideMatchBack3Plane(kSide), bitsOf(hn::Eq(beyond(side, c - 12), zero)));
-          sideLane.template operator()<kSide, -2>();
-          sideLane.template operator()<kSide, -1>();
-          sideLane.template operator()<kSide, 0>();
-          sideLane.template operator()<kSide, 1>();
-          sideLane.template operator()<kSide, 2>();
-        };
-        sides.template operator()<0>();
-        sides.template operator()<1>();
-      });
+  // Nonzero bytes of vector i of `other` where they lie beyond the reference's.
+  const auto beyond = [&](const uint8_t* other, const Reference& r,
+                          size_t i) VITRELLA_ALWAYS_INLINE {
+    const V v = hn::LoadU(d, other + i * kBytes);
+    return hn::Or(hn::SaturatedSub(v, r.high[i]), hn::SaturatedSub(r.low[i], v));
+  };
+  const auto matches = [&](const uint8_t* other, const Reference& r) VITRELLA_ALWAYS_INLINE {
+    return ZeroWordBits(d, beyond(other, r, 0), beyond(other, r, 1), beyond(other, r, 2),
+                        beyond(other, r, 3));
+  };
+  const uint64_t all = kPixels == 64 ? ~uint64_t{0} : (uint64_t{1} << kPixels) - 1;
+  EveryBlock(count, kPixels, planes, planePitch, kWritten,
+             [&](int32_t p, auto put) VITRELLA_ALWAYS_INLINE {
+               const uint8_t* c = centre + 4 * static_cast<ptrdiff_t>(p);
+               const Reference here = reference(c);
+               put(kCentreSelf, all);
+               put(kCentreBack1, matches(c - 4, here));
+               put(kCentreBack2, matches(c - 8, here));
+               put(kCentreBack3, matches(c - 12, here));
+               put(kCentreBack4, matches(c - 16, here));
+               const auto sideLane = [&]<int32_t kSide, int32_t kD>() VITRELLA_ALWAYS_INLINE {
+                 if constexpr ((kWritten >> SideMatchPlane(kSide, kD) & 1U) != 0) {
+                   const uint8_t* side =
+                       (kSide == 0 ? before : after) + 4 * (static_cast<ptrdiff_t>(p) + kD);
+                   if constexpr ((kD == 0 || kD == 1) &&
+                                 (kWritten >> SideDiffersPlane(kSide, kD) & 1U) != 0) {
+                     V over[4];
+                     for (size_t i = 0; i < 4; ++i)
+                       over[i] = beyond(side, here, i);
+                     put(SideMatchPlane(kSide, kD),
+                         ZeroWordBits(d, over[0], over[1], over[2], over[3]));
+                     // Colour bytes within the tolerance, which a pixel that differs in all has
+                     // none of.
+                     V within[4];
+                     for (size_t i = 0; i < 4; ++i)
+                       within[i] = hn::And(hn::VecFromMask(d, hn::Eq(over[i], zero)), colour);
+                     put(SideDiffersPlane(kSide, kD),
+                         ZeroWordBits(d, within[0], within[1], within[2], within[3]));
+                   } else {
+                     put(SideMatchPlane(kSide, kD), matches(side, here));
+                   }
+                 }
+               };
+               const auto sides = [&]<int32_t kSide>() VITRELLA_ALWAYS_INLINE {
+                 sideLane.template operator()<kSide, -2>();
+                 sideLane.template operator()<kSide, -1>();
+                 sideLane.template operator()<kSide, 0>();
+                 sideLane.template operator()<kSide, 1>();
+                 sideLane.template operator()<kSide, 2>();
+               };
+               sides.template operator()<0>();
+               sides.template operator()<1>();
+               // Both side lanes at p against the centre three back.
+               const Reference back3 = reference(c - 12);
+               put(SideMatchBack3Plane(0), matches(before + 4 * static_cast<ptrdiff_t>(p), back3));
+               put(SideMatchBack3Plane(1), matches(after + 4 * static_cast<ptrdiff_t>(p), back3));
+             });
   return count;
 #endif
 }
