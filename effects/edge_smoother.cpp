@@ -55,14 +55,14 @@ int32_t Threshold(float strength) {
 // row: the search then meets a pattern at most pixels, and reads the lines' matches as
 // rows of bits rather than comparing colours.
 template <typename T, typename Tolerance>
-bool ManyEdges(const FrameBuffer& bordered, int32_t width, int32_t height, const PixelLayout& l,
+bool ManyEdges(const FrameBuffer& src, int32_t width, int32_t height, const PixelLayout& l,
                Tolerance tolerance) {
   int64_t differing = 0;
   int64_t seen = 0;
   const int32_t channels[3] = {l.red, l.green, l.blue};
   for (int32_t y = 0; y + 1 < height; y += 16) {
-    const T* row = bordered.Row<const T>(y + kBorder) + 4 * kBorder;
-    const T* below = bordered.Row<const T>(y + kBorder + 1) + 4 * kBorder;
+    const T* row = src.Row<const T>(y);
+    const T* below = src.Row<const T>(y + 1);
     for (int32_t x = 0; x < width; ++x) {
       bool same = true;
       for (const int32_t c : channels) {
@@ -79,10 +79,12 @@ bool ManyEdges(const FrameBuffer& bordered, int32_t width, int32_t height, const
 
 // Replaces the colour of each marked pixel: magenta where changes are shown, else the
 // source's 3 by 3 Gaussian blur. A row with many marks is blurred whole and copied
-// through its marks; one with few blurs just those pixels.
+// through its marks; one with few blurs just those pixels. With `written`, the
+// destination holds the source already; else each row is written here whole, once: a
+// row with many marks is put together in the cache and then streamed out.
 template <typename T>
 bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const uint64_t* marks,
-                ptrdiff_t markPitch, bool showChanged) {
+                ptrdiff_t markPitch, bool showChanged, bool written) {
   const FrameBuffer& src = setup.src();
   const FrameBuffer& dst = setup.dst();
   const int32_t width = setup.width();
@@ -90,7 +92,11 @@ bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const uint64_t*
   const PixelLayout& layout = setup.srcLayout();
   const kernels::ColourPositions at{layout.blue, layout.green, layout.red};
   FrameBuffer given;  // the row the marked pixels take their colours from
-  if (!given.Allocate(width, 1, pixelBytes, &setup.memory(), src.format, false)) return false;
+  FrameBuffer line;   // a row put together before it is written
+  if (!given.Allocate(width, 1, pixelBytes, &setup.memory(), src.format, false) ||
+      (!written && !line.Allocate(width, 1, pixelBytes, &setup.memory(), src.format, false))) {
+    return false;
+  }
   if (showChanged) {
     constexpr T kFull = std::is_same_v<T, uint8_t> ? T(255) : T(1);
     T* px = given.Row<T>(0);
@@ -103,14 +109,23 @@ bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const uint64_t*
   const kernels::ConstImageView inside =
       bordered.View().Sub(kBorder, kBorder, width, setup.height(), pixelBytes);
   const ptrdiff_t words = (width + 63) / 64;
+  const kernels::ImageView output = dst.View();
   for (int32_t y = 0; y < setup.height(); ++y) {
     const uint64_t* rowMarks = marks + y * markPitch;
     int32_t count = 0;
     for (ptrdiff_t w = 0; w < words; ++w)
       count += std::popcount(rowMarks[w]);
+    const kernels::ConstImageView source = inside.Sub(0, y, width, 1, pixelBytes);
+    const kernels::ImageView target = output.Sub(0, y, width, 1, pixelBytes);
+    const bool sparse = !showChanged && count * 8 < width;
+    if (!written && (count == 0 || sparse)) {
+      const kernels::Status copied = count == 0 ? kernels::StreamPixels(source, target, pixelBytes)
+                                                : kernels::CopyPixels(source, target, pixelBytes);
+      if (copied != kernels::kOk) return false;
+    }
     if (count == 0) continue;
     T* out = dst.Row<T>(y);
-    if (!showChanged && count * 8 < width) {
+    if (sparse) {
       const T* rows[3] = {bordered.Row<const T>(y + kBorder - 1) + 4 * kBorder,
                           bordered.Row<const T>(y + kBorder) + 4 * kBorder,
                           bordered.Row<const T>(y + kBorder + 1) + 4 * kBorder};
@@ -125,18 +140,24 @@ bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const uint64_t*
     }
     kernels::Status status = kernels::kOk;
     if (!showChanged) {
-      const kernels::ConstImageView row = inside.Sub(0, y, width, 1, pixelBytes);
       status = std::is_same_v<T, uint8_t>
-                   ? kernels::FilterGauss8u_C4(row, given.View(), kernels::kMask3x3)
-                   : kernels::FilterGauss32f_C4(row, given.View(), kernels::kMask3x3);
+                   ? kernels::FilterGauss8u_C4(source, given.View(), kernels::kMask3x3)
+                   : kernels::FilterGauss32f_C4(source, given.View(), kernels::kMask3x3);
+    }
+    T* into = out;
+    if (!written && status == kernels::kOk) {
+      into = line.Row<T>(0);
+      status = kernels::CopyPixels(source, line.View(), pixelBytes);
     }
     if (status == kernels::kOk) {
       if constexpr (std::is_same_v<T, uint8_t>) {
-        status = kernels::CopyMarked8u_C4(rowMarks, given.Row<const T>(0), out, width, at);
+        status = kernels::CopyMarked8u_C4(rowMarks, given.Row<const T>(0), into, width, at);
       } else {
-        status = kernels::CopyMarked32f_C4(rowMarks, given.Row<const T>(0), out, width, at);
+        status = kernels::CopyMarked32f_C4(rowMarks, given.Row<const T>(0), into, width, at);
       }
     }
+    if (!written && status == kernels::kOk)
+      status = kernels::StreamPixels(line.View(), target, pixelBytes);
     if (status != kernels::kOk) return false;
   }
   return true;
@@ -153,10 +174,18 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
                          src.format, src.flipped != 0)) {
     return false;
   }
-  // The destination starts as the source, alpha included; only marked pixels change, in
-  // their colours. Both copies take each source row while it is in the cache, so the
-  // source is read once; the destination's copy bypasses the caches, since the search
-  // reads only the bordered one.
+  // The destination keeps the source, alpha included, but for the colours of marked
+  // pixels. Floats compare on their own scale: the byte threshold over 255. A quick look
+  // at every sixteenth row says whether the search will meet a pattern at most pixels.
+  // Where it will not, the destination takes the source as the bordered copy does, from
+  // the same read, and few of its rows change after; where it will, most rows change,
+  // and each is written once, after the search.
+  const PixelLayout& layout = setup.srcLayout();
+  using Tolerance = std::conditional_t<std::is_same_v<T, float>, float, int32_t>;
+  const auto tolerance = std::is_same_v<T, float>
+                             ? static_cast<Tolerance>(static_cast<float>(threshold) * 0.003921569f)
+                             : static_cast<Tolerance>(threshold);
+  const bool many = ManyEdges<T>(src, width, height, layout, tolerance);
   const int32_t pixelBytes = src.pixelBytes;
   const kernels::ConstImageView picture = src.View().Sub(0, 0, width, height, pixelBytes);
   const kernels::ImageView inside =
@@ -166,8 +195,8 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
     const kernels::ConstImageView row = picture.Sub(0, y, width, 1, pixelBytes);
     if (kernels::CopyPixels(row, inside.Sub(0, y, width, 1, pixelBytes), pixelBytes) !=
             kernels::kOk ||
-        kernels::StreamPixels(row, out.Sub(0, y, width, 1, pixelBytes), pixelBytes) !=
-            kernels::kOk) {
+        (!many && kernels::StreamPixels(row, out.Sub(0, y, width, 1, pixelBytes), pixelBytes) !=
+                      kernels::kOk)) {
       return false;
     }
   }
@@ -195,25 +224,19 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
       kernels::ClearPixels(columnMarks.View(), 4) != kernels::kOk) {
     return false;
   }
-  const PixelLayout& layout = setup.srcLayout();
   const StepSource source{&bordered, &strip, width, height, layout.red, layout.green, layout.blue};
   const StepMarks marks{rowMarks.Row<uint64_t>(0), rowMarks.pitch / 8, columnMarks.Row<uint64_t>(0),
                         columnMarks.pitch / 8};
   bool searched = false;
-  // Floats compare on their own scale: the byte threshold over 255. A quick look at every
-  // sixteenth row says whether the search will meet a pattern at most pixels.
   if constexpr (std::is_same_v<T, float>) {
-    const float tolerance = static_cast<float>(threshold) * 0.003921569f;
-    searched = SearchSteps32f(source, tolerance, softenLines,
-                              ManyEdges<T>(bordered, width, height, layout, tolerance), marks);
+    searched = SearchSteps32f(source, tolerance, softenLines, many, marks);
   } else {
-    searched = SearchSteps8u(source, threshold, softenLines,
-                             ManyEdges<T>(bordered, width, height, layout, threshold), marks);
+    searched = SearchSteps8u(source, tolerance, softenLines, many, marks);
   }
   // What the walk down the columns marked joins what the one along the rows did.
   searched = searched && kernels::OrTransposedBits(marks.columns, marks.columnPitch, width, height,
                                                    marks.rows, marks.rowPitch) == kernels::kOk;
-  return searched && ApplyMarks<T>(setup, bordered, marks.rows, marks.rowPitch, showChanged);
+  return searched && ApplyMarks<T>(setup, bordered, marks.rows, marks.rowPitch, showChanged, !many);
 }
 
 }  // namespace

@@ -424,11 +424,12 @@ TEST(EdgeSmoother, TakesScratchMemoryFromTheHostAndGivesItBack) {
   host.lendAllocator = true;
   const RenderInfo info = testing::WholeFrameInfo();
   auto* effect = new CEdgeSmoother();
-  // The bordered copy of the source, its transposed copy and a row of blurred pixels; odd
-  // pitches from the host change nothing.
+  // The bordered copy of the source, its transposed copy, a row of blurred pixels and, on
+  // a random frame where most rows change, the row each is put together in; odd pitches
+  // from the host change nothing.
   ASSERT_TRUE(effect->Render(&host, src.Host(), 0, dst.Host(), &info));
-  EXPECT_EQ(host.allocator.allocations, 3);
-  EXPECT_EQ(host.allocator.frees, 3);
+  EXPECT_EQ(host.allocator.allocations, 4);
+  EXPECT_EQ(host.allocator.frees, 4);
   TestFrame bytes(16, 16, PixelFormat8BGRA);
   bytes.FillRandom(9);
   TestFrame even(16, 16, PixelFormat8BGRA);
