@@ -77,6 +77,16 @@ bool ManyEdges(const FrameBuffer& src, int32_t width, int32_t height, const Pixe
   return differing * 8 > seen;
 }
 
+// The set bits of a word, by halves of ever wider fields: std::popcount calls a library
+// routine where the build may not assume the processor's own instruction.
+constexpr int32_t CountBits(uint64_t bits) {
+  bits -= (bits >> 1) & 0x5555555555555555ULL;
+  bits = (bits & 0x3333333333333333ULL) + ((bits >> 2) & 0x3333333333333333ULL);
+  bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0FULL;
+  return static_cast<int32_t>((bits * 0x0101010101010101ULL) >> 56);
+}
+static_assert(CountBits(0) == 0 && CountBits(~uint64_t{0}) == 64 && CountBits(0x8001) == 2);
+
 // Replaces the colour of each marked pixel: magenta where changes are shown, else the
 // source's 3 by 3 Gaussian blur. A row with many marks is blurred whole and copied
 // through its marks; one with few blurs just those pixels. With `written`, the
@@ -114,7 +124,7 @@ bool ApplyMarks(RenderSetup& setup, const FrameBuffer& bordered, const uint64_t*
     const uint64_t* rowMarks = marks + y * markPitch;
     int32_t count = 0;
     for (ptrdiff_t w = 0; w < words; ++w)
-      count += std::popcount(rowMarks[w]);
+      count += CountBits(rowMarks[w]);
     const kernels::ConstImageView source = inside.Sub(0, y, width, 1, pixelBytes);
     const kernels::ImageView target = output.Sub(0, y, width, 1, pixelBytes);
     const bool sparse = !showChanged && count * 8 < width;

@@ -89,20 +89,41 @@ void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPosi
   const ptrdiff_t words = LaneWords(count);
   const uint64_t lastWord = count % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (count % 64)) - 1;
   const auto pixel = [](const T* lane, ptrdiff_t p) { return lane + 4 * p; };
-  const auto shifted = [&](int32_t from, int32_t to, int32_t d) {
+  // Words past either end of the plane read as clear; the shift is known when compiled,
+  // so that the words between need no test.
+  const auto shifted = [&]<int32_t kD>(int32_t from, int32_t to) {
     const uint64_t* source = planes + from * pitch;
     uint64_t* target = planes + to * pitch;
     const auto word = [&](ptrdiff_t w) { return w >= 0 && w < words ? source[w] : 0; };
-    for (ptrdiff_t w = 0; w < words; ++w) {
-      uint64_t bits = word(w);
-      if (d > 0) bits = (bits >> d) | (word(w + 1) << (64 - d));
-      if (d < 0) bits = (bits << -d) | (word(w - 1) >> (64 + d));
-      target[w] = w + 1 == words ? bits & lastWord : bits;
+    const auto bitsOf = [&](ptrdiff_t w, uint64_t previous, uint64_t next) {
+      if constexpr (kD > 0) return (source[w] >> kD) | (next << (64 - kD));
+      if constexpr (kD < 0) return (source[w] << -kD) | (previous >> (64 + kD));
+      return source[w];
+    };
+    if (words == 0) return;
+    target[0] = bitsOf(0, 0, word(1));
+    for (ptrdiff_t w = 1; w + 1 < words; ++w)
+      target[w] = bitsOf(w, source[w - 1], source[w + 1]);
+    if (words > 1) target[words - 1] = bitsOf(words - 1, source[words - 2], 0);
+    target[words - 1] &= lastWord;
+  };
+  const auto shift = [&](int32_t d, int32_t from, int32_t to) {
+    switch (d) {
+      case -2:
+        return shifted.template operator()<-2>(from, to);
+      case -1:
+        return shifted.template operator()<-1>(from, to);
+      case 1:
+        return shifted.template operator()<1>(from, to);
+      case 2:
+        return shifted.template operator()<2>(from, to);
+      default:
+        return shifted.template operator()<0>(from, to);
     }
   };
   for (int32_t d = -2; d <= 2; ++d) {
     if (d == 1 && differences) continue;  // compared with its differences in all
-    shifted(SideMatchPlane(1, -d), SideMatchPlane(0, d), d);
+    shift(d, SideMatchPlane(1, -d), SideMatchPlane(0, d));
     const int32_t first = d > 0 ? std::max(count - d, 0) : 0;
     const int32_t last = d > 0 ? count : std::min(-d, count);
     for (int32_t p = first; p < last; ++p) {
@@ -111,7 +132,7 @@ void ShiftSidePlanes(const T* before, const T* centre, int32_t count, ColourPosi
                                                          << (p & 63);
     }
   }
-  if (differences) shifted(SideDiffersPlane(1, 0), SideDiffersPlane(0, 0), 0);
+  if (differences) shift(0, SideDiffersPlane(1, 0), SideDiffersPlane(0, 0));
 }
 
 // The vector pass over a line, which reports how many positions it covered.
