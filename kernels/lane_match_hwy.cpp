@@ -61,9 +61,9 @@ void EveryBlock(int32_t count, int32_t pixels, uint64_t* planes, ptrdiff_t plane
 // which one lane shuffle puts back in order.
 template <class D, class V>
 VITRELLA_ALWAYS_INLINE inline uint64_t ZeroWordBits(D d, V t0, V t1, V t2, V t3) {
+  (void)d;  // its type alone says the vectors' shape
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
   if constexpr (sizeof(t0.raw) == 32) {
-    (void)d;
     const __m256i words =
         _mm256_packs_epi16(_mm256_packs_epi32(t0.raw, t1.raw), _mm256_packs_epi32(t2.raw, t3.raw));
     const __m256i ordered =
@@ -72,9 +72,8 @@ VITRELLA_ALWAYS_INLINE inline uint64_t ZeroWordBits(D d, V t0, V t1, V t2, V t3)
         _mm256_movemask_epi8(_mm256_cmpeq_epi8(ordered, _mm256_setzero_si256())));
   }
 #endif
-#if HWY_ARCH_X86
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3  // not the emulated vectors
   if constexpr (sizeof(t0.raw) == 16) {
-    (void)d;
     const __m128i words =
         _mm_packs_epi16(_mm_packs_epi32(t0.raw, t1.raw), _mm_packs_epi32(t2.raw, t3.raw));
     return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(words, _mm_setzero_si128())));
