@@ -191,10 +191,13 @@ bool Smooth(RenderSetup& setup, int32_t threshold, bool showChanged, bool soften
   // the same read, and few of its rows change after; where it will, most rows change,
   // and each is written once, after the search.
   const PixelLayout& layout = setup.srcLayout();
-  using Tolerance = std::conditional_t<std::is_same_v<T, float>, float, int32_t>;
-  const auto tolerance = std::is_same_v<T, float>
-                             ? static_cast<Tolerance>(static_cast<float>(threshold) * 0.003921569f)
-                             : static_cast<Tolerance>(threshold);
+  const auto tolerance = [threshold] {
+    if constexpr (std::is_same_v<T, float>) {
+      return static_cast<float>(threshold) * 0.003921569f;
+    } else {
+      return threshold;
+    }
+  }();
   const bool many = ManyEdges<T>(src, width, height, layout, tolerance);
   const int32_t pixelBytes = src.pixelBytes;
   const kernels::ConstImageView picture = src.View().Sub(0, 0, width, height, pixelBytes);

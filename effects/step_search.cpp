@@ -301,10 +301,11 @@ VITRELLA_VECTOR_CLONES void DerivePlanes(const uint64_t* matches, ptrdiff_t pitc
 }
 
 // What the walk's moves mark, where it passed with the running colour 1 to 4 behind:
-// `visited` holds those four rows of bits, then room for six more, `derived` the planes
-// of Derived, all `pitch` words apart with a clear word on either side. A step marks
-// `up` pixels behind it and `down` from it on along the line, a softening the three lanes
-// one pixel behind; a pixel that matched the running colour only passed the walk on.
+// `visited` holds those four rows of bits, then room for the six parts below, `derived`
+// the planes of Derived, all `pitch` words apart with a clear word on either side. A step
+// marks `up` pixels behind it and `down` from it on along the line, a softening the three
+// lanes one pixel behind; a pixel that matched the running colour only passed the walk on.
+// The parts: the steps, those whose runs reach two or three, and the softenings.
 enum MarkPart : int32_t {
   kSteps = kCodeSets,
   kStepsUpTwo,
